@@ -1,0 +1,373 @@
+#include "AsyncTest.h"
+#include "FakeNetwork.h"
+#include "jmap/JMAPClient.h"
+#include "mail/MailService.h"
+
+#include <QJsonDocument>
+#include <QTest>
+
+using namespace AsyncTest;
+
+namespace {
+
+QByteArray json(const char* text)
+{
+    return QByteArray(text);
+}
+
+} // namespace
+
+class TestJMAPClient : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void sessionIsFetchedOnceWithBearerToken();
+    void relativeSessionUrlsAreResolved();
+    void sessionWithoutDownloadUrlIsMalformed();
+    void batchBodyAndActivity_data();
+    void batchBodyAndActivity();
+    void statusMapping_data();
+    void statusMapping();
+    void malformedBatches_data();
+    void malformedBatches();
+    void argumentsForCallIds();
+    void accountLookups();
+    void maxDelayedSendDefaultsToZero();
+    void mailboxesAndIdentities();
+    void downloadAndUpload();
+    void transportErrorPassesThrough();
+
+private:
+    std::unique_ptr<FakeNetwork> network;
+    QList<QPair<JMAPActivity, bool>> activity;
+    std::unique_ptr<JMAPClient> makeClient();
+};
+
+void TestJMAPClient::init()
+{
+    network = std::make_unique<FakeNetwork>();
+    activity.clear();
+}
+
+std::unique_ptr<JMAPClient> TestJMAPClient::makeClient()
+{
+    return std::make_unique<JMAPClient>(FakeNetwork::sessionUrl(), "secret-token", network.get(),
+                                        [this](JMAPActivity kind, bool started) {
+                                            activity.append({kind, started});
+                                        });
+}
+
+void TestJMAPClient::sessionIsFetchedOnceWithBearerToken()
+{
+    auto client = makeClient();
+    const JMAPSession first = await(client->session());
+    const JMAPSession second = await(client->session());
+    QCOMPARE(first, second);
+    QCOMPARE(first.username, std::optional<QString>("user@example.com"));
+    QCOMPARE(network->requests().size(), 1);
+    const RecordedRequest& request = network->requests().first();
+    QCOMPARE(request.verb, QByteArray("GET"));
+    QCOMPARE(request.headers.value("Authorization"), QByteArray("Bearer secret-token"));
+    QCOMPARE(request.transferTimeout, 60000);
+    QCOMPARE(activity, (QList<QPair<JMAPActivity, bool>>{{JMAPActivity::fetching, true},
+                                                         {JMAPActivity::fetching, false}}));
+}
+
+void TestJMAPClient::relativeSessionUrlsAreResolved()
+{
+    QJsonObject session = FakeNetwork::defaultSession();
+    session["apiUrl"] = "/jmap/";
+    session["downloadUrl"] = "/jmap/download/{accountId}/{blobId}/{name}?accept={type}";
+    session["uploadUrl"] = "/jmap/upload/{accountId}/";
+    session["eventSourceUrl"] = "/jmap/eventsource/?types={types}";
+    network->setSession(session);
+    auto client = makeClient();
+    const JMAPSession decoded = await(client->session());
+    QCOMPARE(decoded.apiUrl, QUrl("https://jmap.example.test/jmap/"));
+    QCOMPARE(
+        decoded.downloadUrl,
+        QString(
+            "https://jmap.example.test/jmap/download/{accountId}/{blobId}/{name}?accept={type}"));
+    QCOMPARE(decoded.uploadUrl,
+             std::optional<QString>("https://jmap.example.test/jmap/upload/{accountId}/"));
+    QCOMPARE(decoded.eventSourceUrl,
+             std::optional<QString>("https://jmap.example.test/jmap/eventsource/?types={types}"));
+}
+
+void TestJMAPClient::sessionWithoutDownloadUrlIsMalformed()
+{
+    QJsonObject session = FakeNetwork::defaultSession();
+    session.remove("downloadUrl");
+    network->setSession(session);
+    auto client = makeClient();
+    const auto error = awaitError<JMAPError>(client->session());
+    QVERIFY(error);
+    QCOMPARE(*error, JMAPError::malformed("session object"));
+
+    network->setResponse(FakeNetwork::sessionUrl(), {200, "not json"});
+    auto other = makeClient();
+    QCOMPARE(*awaitError<JMAPError>(other->session()), JMAPError::malformed("session object"));
+}
+
+void TestJMAPClient::batchBodyAndActivity_data()
+{
+    QTest::addColumn<QStringList>("methods");
+    QTest::addColumn<int>("activityKind");
+    QTest::newRow("query alone fetches")
+        << QStringList{"Email/query"} << int(JMAPActivity::fetching);
+    QTest::newRow("set and get push")
+        << QStringList{"Email/set", "Email/get"} << int(JMAPActivity::pushing);
+}
+
+void TestJMAPClient::batchBodyAndActivity()
+{
+    QFETCH(QStringList, methods);
+    QFETCH(int, activityKind);
+    for (const QString& method : methods)
+        network->respondTo(method, QJsonObject{{"ok", true}});
+    auto client = makeClient();
+    await(client->session());
+    activity.clear();
+    QList<Invocation> calls;
+    for (int i = 0; i < methods.size(); ++i)
+        calls.append({methods[i], {{"accountId", "u1"}}, QString::number(i)});
+    const auto responses = await(client->call(calls, {"urn:ietf:params:jmap:contacts"}));
+    QCOMPARE(responses.size(), methods.size());
+
+    QCOMPARE(network->batches().size(), 1);
+    const RecordedRequest batch = network->batches().first();
+    QCOMPARE(batch.headers.value("Content-Type"), QByteArray("application/json"));
+    QCOMPARE(batch.headers.value("Authorization"), QByteArray("Bearer secret-token"));
+    QVERIFY(!batch.body.contains('\n'));
+    QCOMPARE(batch.json().value("using").toArray(),
+             QJsonArray({"urn:ietf:params:jmap:core", "urn:ietf:params:jmap:mail",
+                         "urn:ietf:params:jmap:submission", "urn:ietf:params:jmap:contacts"}));
+    QCOMPARE(batch.methodNames(), methods);
+    QCOMPARE(batch.methodCalls().at(0).toArray().at(2).toString(), QString("0"));
+    const auto kind = static_cast<JMAPActivity>(activityKind);
+    QCOMPARE(activity, (QList<QPair<JMAPActivity, bool>>{{kind, true}, {kind, false}}));
+}
+
+void TestJMAPClient::statusMapping_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("description");
+
+    QTest::newRow("401") << 401 << QByteArray("no")
+                         << "Fastmail rejected the API token. Check it in Settings.";
+    QTest::newRow("403 reads as a rejected token")
+        << 403 << QByteArray("forbidden")
+        << "Fastmail rejected the API token. Check it in Settings.";
+    QTest::newRow("500 short") << 500 << QByteArray("Internal oops")
+                               << "Fastmail returned HTTP 500. Internal oops";
+    QTest::newRow("500 long body keeps 300 bytes")
+        << 500 << QByteArray(1000, 'x') << "Fastmail returned HTTP 500. " + QString(300, 'x');
+    // "é" is two bytes; the 300th byte cuts it in half.
+    QTest::newRow("cut UTF-8 gives an empty body")
+        << 502 << (QByteArray(299, 'a') + QByteArray("\xc3\xa9") + QByteArray(50, 'b'))
+        << "Fastmail returned HTTP 502. ";
+}
+
+void TestJMAPClient::statusMapping()
+{
+    QFETCH(int, status);
+    QFETCH(QByteArray, body);
+    QFETCH(QString, description);
+    network->setResponse(FakeNetwork::apiUrl(), {status, body, "text/plain"});
+    auto client = makeClient();
+    const auto error = awaitError<JMAPError>(client->call({{"Mailbox/get", {}, "0"}}));
+    QVERIFY(error);
+    QCOMPARE(error->description(), description);
+    // Every start of an activity was ended, also on failure.
+    QCOMPARE(activity.count({JMAPActivity::fetching, true}),
+             activity.count({JMAPActivity::fetching, false}));
+    QCOMPARE(network->batches().size(), 1); // never retried
+}
+
+void TestJMAPClient::malformedBatches_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("detail");
+    QTest::newRow("top is an array") << json("[1,2]") << "methodResponses";
+    QTest::newRow("no methodResponses") << json(R"({"sessionState":"x"})") << "methodResponses";
+    QTest::newRow("methodResponses not an array")
+        << json(R"({"methodResponses":{}})") << "methodResponses";
+    QTest::newRow("four elements")
+        << json(R"({"methodResponses":[["Mailbox/get",{},"0","extra"]]})") << "invocation";
+    QTest::newRow("arguments not an object")
+        << json(R"({"methodResponses":[["Mailbox/get",[],"0"]]})") << "invocation";
+}
+
+void TestJMAPClient::malformedBatches()
+{
+    QFETCH(QByteArray, body);
+    QFETCH(QString, detail);
+    network->setResponse(FakeNetwork::apiUrl(), {200, body});
+    auto client = makeClient();
+    QCOMPARE(*awaitError<JMAPError>(client->call({{"Mailbox/get", {}, "0"}})),
+             JMAPError::malformed(detail));
+}
+
+void TestJMAPClient::argumentsForCallIds()
+{
+    network->setResponse(FakeNetwork::apiUrl(), {200, json(R"({"methodResponses":[]})")});
+    auto client = makeClient();
+    const auto empty = await(client->call({{"Mailbox/get", {}, "0"}}));
+    QVERIFY(empty.isEmpty());
+    try {
+        arguments(empty, "0");
+        QFAIL("no response must throw");
+    } catch (const JMAPError& error) {
+        QCOMPARE(error.description(),
+                 QString("Unexpected response from Fastmail: no response for call 0"));
+    }
+
+    const QList<Invocation> responses = {
+        {"error", {{"type", "invalidArguments"}, {"description", "bad filter"}}, "query"},
+        {"Email/get", {{"list", QJsonArray()}}, "emails"},
+        {"error", {}, "other"},
+        {"error", {{"type", "serverFail"}}, "third"}};
+    // Partial failure is per call id.
+    QCOMPARE(arguments(responses, "emails").value("list").toArray(), QJsonArray());
+    try {
+        arguments(responses, "query");
+        QFAIL("error response must throw");
+    } catch (const JMAPError& error) {
+        QCOMPARE(error.description(), QString("JMAP error: invalidArguments (bad filter)"));
+    }
+    try {
+        arguments(responses, "other");
+        QFAIL("error response must throw");
+    } catch (const JMAPError& error) {
+        QCOMPARE(error.description(), QString("JMAP error: unknown"));
+    }
+    try {
+        arguments(responses, "third");
+        QFAIL("error response must throw");
+    } catch (const JMAPError& error) {
+        QCOMPARE(error.description(), QString("JMAP error: serverFail"));
+    }
+}
+
+void TestJMAPClient::accountLookups()
+{
+    QJsonObject session = FakeNetwork::defaultSession();
+    session["primaryAccounts"] = QJsonObject{{"urn:ietf:params:jmap:mail", "A"}};
+    network->setSession(session);
+    auto client = makeClient();
+    QCOMPARE(await(client->accountId()), QString("A"));
+    QCOMPARE(*awaitError<JMAPError>(client->maskedEmailAccountId()),
+             JMAPError::noMaskedEmailAccess());
+    QCOMPARE(*awaitError<JMAPError>(client->contactsAccountId()), JMAPError::noContactsAccess());
+
+    session["primaryAccounts"] = QJsonObject{};
+    FakeNetwork other;
+    other.setSession(session);
+    JMAPClient noMail(FakeNetwork::sessionUrl(), "t", &other);
+    QCOMPARE(awaitError<JMAPError>(noMail.accountId())->description(),
+             QString("This token has no access to a mail account."));
+}
+
+void TestJMAPClient::maxDelayedSendDefaultsToZero()
+{
+    auto client = makeClient();
+    QCOMPARE(await(client->maxDelayedSend()), qint64(3600));
+
+    QJsonObject session = FakeNetwork::defaultSession();
+    session.remove("accounts");
+    FakeNetwork withoutAccounts;
+    withoutAccounts.setSession(session);
+    JMAPClient second(FakeNetwork::sessionUrl(), "t", &withoutAccounts);
+    QCOMPARE(await(second.maxDelayedSend()), qint64(0));
+
+    session["accounts"] = QJsonObject{
+        {"u1", QJsonObject{{"accountCapabilities",
+                            QJsonObject{{"urn:ietf:params:jmap:mail", QJsonObject{}}}}}}};
+    FakeNetwork withoutSubmission;
+    withoutSubmission.setSession(session);
+    JMAPClient third(FakeNetwork::sessionUrl(), "t", &withoutSubmission);
+    QCOMPARE(await(third.maxDelayedSend()), qint64(0));
+}
+
+void TestJMAPClient::mailboxesAndIdentities()
+{
+    network->respondTo("Mailbox/get", QJsonDocument::fromJson(R"({"list":[
+        {"id":"b","name":"Archive","role":"archive","sortOrder":3,"totalEmails":0,"unreadEmails":0,"totalThreads":0,"unreadThreads":0},
+        {"id":"a","name":"Inbox","role":"inbox","sortOrder":1,"totalEmails":5,"unreadEmails":2,"totalThreads":4,"unreadThreads":2}]})")
+                                          .object());
+    network->respondTo("Identity/get", QJsonDocument::fromJson(R"({"list":[
+        {"id":"i1","name":"Ann","email":"ann@example.com"},
+        {"id":"i2","name":"","email":"*@example.com"},
+        {"id":"i3","name":"Ann Work","email":"ann@work.example","textSignature":"-- Ann"}]})")
+                                           .object());
+    MailService service{std::shared_ptr<JMAPClient>(makeClient())};
+    const auto mailboxes = await(service.mailboxes());
+    QCOMPARE(mailboxes.size(), 2);
+    QCOMPARE(mailboxes[0].id, QString("b")); // server order, not sorted
+    QCOMPARE(mailboxes[1].unreadThreads, qint64(2));
+    const RecordedRequest batch = network->batches().constLast();
+    QCOMPARE(batch.methodNames(), QStringList{"Mailbox/get"});
+    QCOMPARE(batch.callArguments("0"),
+             (QJsonObject{{"accountId", "u1"}, {"ids", QJsonValue::Null}}));
+
+    const auto identities = await(service.identities());
+    QCOMPARE(identities.size(), 2);
+    QCOMPARE(identities[0].id, QString("i1"));
+    QCOMPARE(identities[1].textSignature, std::optional<QString>("-- Ann"));
+}
+
+void TestJMAPClient::downloadAndUpload()
+{
+    const QUrl blobUrl("https://jmap.example.test/jmap/download/u1/B%201/"
+                       "Caf%C3%A9%20menu.pdf?type=application%2Fpdf");
+    network->setResponse(blobUrl, {200, "PDFDATA", "application/pdf"});
+    auto client = makeClient();
+    QCOMPARE(await(client->download("B 1", "Café menu.pdf", "application/pdf")),
+             QByteArray("PDFDATA"));
+    const RecordedRequest& get = network->requests().constLast();
+    // Blanks and the slash are encoded; the accented letter stays a letter.
+    QVERIFY(get.url.toString(QUrl::FullyEncoded).contains("/B%201/Caf%C3%A9%20menu.pdf"));
+    QCOMPARE(get.url.query(QUrl::FullyEncoded), QString("type=application%2Fpdf"));
+    QCOMPARE(JMAPClient::percentEncoded("Café menu.pdf"), QString("Café%20menu.pdf"));
+
+    network->setResponse(QUrl("https://jmap.example.test/jmap/upload/u1/"),
+                         {201, R"({"blobId":"G123","type":"text/plain","size":5})"});
+    QCOMPARE(await(client->upload("hello", "text/plain")), QString("G123"));
+    const RecordedRequest& post = network->requests().constLast();
+    QCOMPARE(post.verb, QByteArray("POST"));
+    QCOMPARE(post.headers.value("Content-Type"), QByteArray("text/plain"));
+    QCOMPARE(post.body, QByteArray("hello"));
+    QCOMPARE(activity.constLast(), qMakePair(JMAPActivity::pushing, false));
+
+    network->setResponse(QUrl("https://jmap.example.test/jmap/upload/u1/"),
+                         {200, R"({"type":"text/plain"})"});
+    QCOMPARE(*awaitError<JMAPError>(client->upload("x", "text/plain")),
+             JMAPError::malformed("upload response"));
+
+    network->setResponse(blobUrl, {401, ""});
+    QCOMPARE(*awaitError<JMAPError>(client->download("B 1", "Café menu.pdf", "application/pdf")),
+             JMAPError::unauthorized());
+
+    QJsonObject session = FakeNetwork::defaultSession();
+    session.remove("uploadUrl");
+    FakeNetwork noUpload;
+    noUpload.setSession(session);
+    JMAPClient other(FakeNetwork::sessionUrl(), "t", &noUpload);
+    QCOMPARE(*awaitError<JMAPError>(other.upload("x", "text/plain")),
+             JMAPError::malformed("upload URL"));
+}
+
+void TestJMAPClient::transportErrorPassesThrough()
+{
+    network->setResponse(FakeNetwork::sessionUrl(), {0, {}, {}, QNetworkReply::HostNotFoundError});
+    auto client = makeClient();
+    const auto error = awaitError<TransportError>(client->session());
+    QVERIFY(error);
+    QCOMPARE(error->code(), QNetworkReply::HostNotFoundError);
+    QCOMPARE(activity.size(), 2);
+}
+
+QTEST_GUILESS_MAIN(TestJMAPClient)
+#include "tst_jmapclient.moc"
