@@ -15,6 +15,7 @@ packages=(
   cyrus-imapd cyrus-caldav cyrus-admin cyrus-clients sasl2-bin
   libsasl2-modules libsasl2-modules-db openssl ca-certificates python3
   fonts-dejavu-core
+  curl
 )
 $SUDO apt-get update -qq
 $SUDO apt-get install -y -qq --no-install-recommends "${packages[@]}"
