@@ -1,0 +1,296 @@
+#include "mail/SearchQuery.h"
+
+#include <QJsonDocument>
+#include <QTest>
+
+namespace {
+
+QJsonObject json(const char* text)
+{
+    QJsonParseError error{};
+    const QJsonDocument document = QJsonDocument::fromJson(QByteArray(text), &error);
+    if (error.error != QJsonParseError::NoError)
+        qFatal("bad JSON in test: %s", text);
+    return document.object();
+}
+
+Mailbox mailbox(const char* id, const char* name, std::optional<QString> role = std::nullopt,
+                std::optional<QString> parentId = std::nullopt)
+{
+    Mailbox result;
+    result.id = QLatin1String(id);
+    result.name = QString::fromUtf8(name);
+    result.role = role;
+    result.parentId = parentId;
+    return result;
+}
+
+// A user folder named "Trash" below Projects beats the role mailbox "Deleted Items".
+const QList<Mailbox> mailboxes = {
+    mailbox("inbox", "Inbox", "inbox"),
+    mailbox("archive", "Archive", "archive"),
+    mailbox("deleted", "Deleted Items", "trash"),
+    mailbox("junk", "Junk Mail", "junk"),
+    mailbox("projects", "Projects"),
+    mailbox("reports", "Reports", std::nullopt, "projects"),
+    mailbox("ptrash", "Trash", std::nullopt, "projects"),
+    mailbox("folder", "Folder Name"),
+};
+
+} // namespace
+
+class TestSearchQuery : public QObject
+{
+    Q_OBJECT
+private slots:
+    void filter_data();
+    void filter();
+    void dates_data();
+    void dates();
+    void tokens_data();
+    void tokens();
+    void sizes_data();
+    void sizes();
+    void folderTerms_data();
+    void folderTerms();
+    void texts();
+};
+
+void TestSearchQuery::filter_data()
+{
+    QTest::addColumn<QString>("search");
+    QTest::addColumn<QJsonObject>("expected");
+
+    QTest::newRow("empty") << "" << json(R"({"inMailbox":"inbox"})");
+    QTest::newRow("only whitespace") << "  \t\n " << json(R"({"inMailbox":"inbox"})");
+    QTest::newRow("words share one text")
+        << "invoice march" << json(R"({"inMailbox":"inbox","text":"invoice march"})");
+    QTest::newRow("quoted phrase")
+        << "\"weekly report\"" << json(R"({"inMailbox":"inbox","text":"weekly report"})");
+    QTest::newRow("word and operator")
+        << "invoice from:anna"
+        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox","text":"invoice"},
+                   {"from":"anna"}]})");
+    QTest::newRow("negated word") << "-invoice"
+                                  << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+                   {"operator":"NOT","conditions":[{"text":"invoice"}]}]})");
+    QTest::newRow("negated operator")
+        << "-from:noreply" << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+                   {"operator":"NOT","conditions":[{"from":"noreply"}]}]})");
+    QTest::newRow("quoted operator is an operator")
+        << "\"from:anna\""
+        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},{"from":"anna"}]})");
+    QTest::newRow("lone dash is a word") << "-" << json(R"({"inMailbox":"inbox","text":"-"})");
+    QTest::newRow("double dash negates a dash word")
+        << "--x" << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+                   {"operator":"NOT","conditions":[{"text":"-x"}]}]})");
+
+    QTest::newRow("in:all alone matches everything") << "in:all" << QJsonObject();
+    QTest::newRow("in:anywhere with a word")
+        << "in:anywhere invoice" << json(R"({"text":"invoice"})");
+    QTest::newRow("negated in:all is dropped") << "-in:all" << json(R"({"inMailbox":"inbox"})");
+    QTest::newRow("folder by name") << "in:archive" << json(R"({"inMailbox":"archive"})");
+    QTest::newRow("quoted folder name")
+        << "in:\"Folder Name\" x" << json(R"({"inMailbox":"folder","text":"x"})");
+    QTest::newRow("last in: wins, everywhere") << "in:Trash in:all" << QJsonObject();
+    QTest::newRow("last in: wins, folder")
+        << "in:all in:Trash" << json(R"({"inMailbox":"ptrash"})");
+    QTest::newRow("excluded folders stay separate")
+        << "-in:Trash -in:Spam" << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+                   {"inMailboxOtherThan":["ptrash"]},{"inMailboxOtherThan":["junk"]}]})");
+    QTest::newRow("unknown folder is a word")
+        << "in:nosuchfolder" << json(R"({"inMailbox":"inbox","text":"in:nosuchfolder"})");
+
+    QTest::newRow("keys in any case, values keep theirs")
+        << "IN:Archive From:Anna IS:UNREAD HAS:Attachments"
+        << json(R"({"operator":"AND","conditions":[{"inMailbox":"archive"},{"from":"Anna"},
+                   {"notKeyword":"$seen"},{"hasAttachment":true}]})");
+    QTest::newRow("every is: value")
+        << "is:read is:flagged is:starred is:unflagged is:unstarred is:answered is:replied"
+        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+                   {"hasKeyword":"$seen"},{"hasKeyword":"$flagged"},{"hasKeyword":"$flagged"},
+                   {"notKeyword":"$flagged"},{"notKeyword":"$flagged"},
+                   {"hasKeyword":"$answered"},{"hasKeyword":"$answered"}]})");
+    QTest::newRow("address and text operators")
+        << "to:a cc:b bcc:c body:d"
+        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},{"to":"a"},{"cc":"b"},
+                   {"bcc":"c"},{"body":"d"}]})");
+    QTest::newRow("colon inside the value")
+        << "subject:re: hello"
+        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox","text":"hello"},
+                   {"subject":"re:"}]})");
+    QTest::newRow("quoted value") << "subject:\"two words\""
+                                  << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+                   {"subject":"two words"}]})");
+    QTest::newRow("unclosed quote runs to the end")
+        << "subject:\"two words" << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+                   {"subject":"two words"}]})");
+    QTest::newRow("unknown key is a word")
+        << "note:tuesday" << json(R"({"inMailbox":"inbox","text":"note:tuesday"})");
+    QTest::newRow("empty value is a word")
+        << "from:" << json(R"({"inMailbox":"inbox","text":"from:"})");
+    QTest::newRow("unknown is: and has: are words")
+        << "is:bogus has:pdf" << json(R"({"inMailbox":"inbox","text":"is:bogus has:pdf"})");
+
+    QTest::newRow("sizes")
+        << "larger:2M smaller:500K"
+        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},{"minSize":2097152},
+                   {"maxSize":512000}]})");
+    QTest::newRow("negative size passes on")
+        << "larger:-1k"
+        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},{"minSize":-1024}]})");
+    QTest::newRow("unit without a number is a word")
+        << "larger:kb larger:b" << json(R"({"inMailbox":"inbox","text":"larger:kb larger:b"})");
+    QTest::newRow("overflowing size is a word, not a crash")
+        << "larger:1e30k smaller:99999999999999999999"
+        << json(R"({"inMailbox":"inbox","text":"larger:1e30k smaller:99999999999999999999"})");
+    QTest::newRow("impossible date is a word")
+        << "after:2026-13-01 before:soon"
+        << json(R"({"inMailbox":"inbox","text":"after:2026-13-01 before:soon"})");
+}
+
+void TestSearchQuery::filter()
+{
+    QFETCH(QString, search);
+    QFETCH(QJsonObject, expected);
+    const QJsonObject actual =
+        SearchQuery::filter("inbox", search, mailboxes, QTimeZone("Europe/Berlin"));
+    if (actual != expected)
+        qWarning().noquote() << QJsonDocument(actual).toJson(QJsonDocument::Compact);
+    QCOMPARE(actual, expected);
+}
+
+void TestSearchQuery::dates_data()
+{
+    QTest::addColumn<QString>("search");
+    QTest::addColumn<QByteArray>("zone");
+    QTest::addColumn<QJsonObject>("expected");
+    QTest::newRow("after is the local midnight")
+        << "after:2026-10-01" << QByteArray("Europe/Berlin")
+        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+                   {"after":"2026-09-30T22:00:00Z"}]})");
+    QTest::newRow("slashes read as dashes, winter offset")
+        << "before:2026/12/24" << QByteArray("Europe/Berlin")
+        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+                   {"before":"2026-12-23T23:00:00Z"}]})");
+    QTest::newRow("west of UTC") << "after:2026-10-01" << QByteArray("America/New_York")
+                                 << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+                   {"after":"2026-10-01T04:00:00Z"}]})");
+    QTest::newRow("midnight in a DST gap starts at the first valid time")
+        << "after:2018-11-04" << QByteArray("America/Sao_Paulo")
+        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+                   {"after":"2018-11-04T03:00:00Z"}]})");
+}
+
+void TestSearchQuery::dates()
+{
+    QFETCH(QString, search);
+    QFETCH(QByteArray, zone);
+    QFETCH(QJsonObject, expected);
+    const QTimeZone timeZone(zone);
+    QVERIFY(timeZone.isValid());
+    QCOMPARE(SearchQuery::filter("inbox", search, mailboxes, timeZone), expected);
+}
+
+void TestSearchQuery::tokens_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QStringList>("expected");
+    QTest::newRow("quoted folder") << "in:\"Folder Name\"" << QStringList{"in:Folder Name"};
+    QTest::newRow("quotes inside a token") << "ab\"c d\"e" << QStringList{"abc de"};
+    QTest::newRow("empty quotes vanish") << "a \"\" b" << QStringList{"a", "b"};
+    QTest::newRow("blanks inside quotes are kept")
+        << "\"  two  spaces \"" << QStringList{"  two  spaces "};
+    QTest::newRow("any whitespace separates")
+        << "a\nb\u2003c\td\r\ne" << QStringList{"a", "b", "c", "d", "e"};
+    QTest::newRow("combining marks stay with their letter")
+        << "cafe\u0301 x" << QStringList{"cafe\u0301", "x"};
+    QTest::newRow("a quote with a combining mark is a letter")
+        << "a\"\u0301b c" << QStringList{"a\"\u0301b", "c"};
+}
+
+void TestSearchQuery::tokens()
+{
+    QFETCH(QString, text);
+    QTEST(SearchQuery::tokens(text), "expected");
+}
+
+void TestSearchQuery::sizes_data()
+{
+    QTest::addColumn<QString>("value");
+    QTest::addColumn<std::optional<qint64>>("expected");
+    using S = std::optional<qint64>;
+    QTest::newRow("M") << "2M" << S(2097152);
+    QTest::newRow("mb") << "2mb" << S(2097152);
+    QTest::newRow("MB") << "2MB" << S(2097152);
+    QTest::newRow("bytes unit") << "500b" << S(500);
+    QTest::newRow("fraction with unit") << "1.5m" << S(1572864);
+    QTest::newRow("fraction truncates") << "0.0001k" << S(0);
+    QTest::newRow("giga") << "3g" << S(3221225472);
+    QTest::newRow("plus sign") << "+12" << S(12);
+    QTest::newRow("largest integer") << "9223372036854775807" << S(9223372036854775807);
+    QTest::newRow("integer overflow") << "9223372036854775808" << S();
+    QTest::newRow("product overflow") << "1e30k" << S();
+    QTest::newRow("infinite") << "infk" << S();
+    QTest::newRow("fraction without unit") << "1.5" << S();
+    QTest::newRow("only a unit") << "k" << S();
+    QTest::newRow("only b") << "b" << S();
+    QTest::newRow("comma") << "1,5m" << S();
+    QTest::newRow("letters") << "big" << S();
+}
+
+void TestSearchQuery::sizes()
+{
+    QFETCH(QString, value);
+    QTEST(SearchQuery::size(value), "expected");
+}
+
+void TestSearchQuery::folderTerms_data()
+{
+    QTest::addColumn<QString>("token");
+    QTest::addColumn<QString>("expected"); // "-" no folder term, "*" every folder, else an id
+    QTest::newRow("name beats role") << "in:trash"
+                                     << "ptrash";
+    QTest::newRow("path") << "in:projects/reports"
+                          << "reports";
+    QTest::newRow("role") << "in:junk"
+                          << "junk";
+    QTest::newRow("spam is the junk role") << "in:spam"
+                                           << "junk";
+    QTest::newRow("every folder") << "In:ALL"
+                                  << "*";
+    QTest::newRow("not a folder term") << "from:x"
+                                       << "-";
+    QTest::newRow("no such folder") << "in:nowhere"
+                                    << "-";
+}
+
+void TestSearchQuery::folderTerms()
+{
+    QFETCH(QString, token);
+    QFETCH(QString, expected);
+    const auto term = SearchQuery::folder(token, mailboxes);
+    const QString actual = !term ? QStringLiteral("-") : !*term ? QStringLiteral("*") : (*term)->id;
+    QCOMPARE(actual, expected);
+    // Without mailboxes only "in:all" still means something.
+    const auto bare = SearchQuery::folder(token, {});
+    QCOMPARE(bare.has_value(), expected == u"*");
+
+    // A user folder literally named Spam wins over the junk role.
+    const QList<Mailbox> withSpam = {mailbox("junk", "Junk Mail", "junk"), mailbox("s", "Spam")};
+    QCOMPARE((*SearchQuery::folder("in:spam", withSpam))->id, QString("s"));
+}
+
+void TestSearchQuery::texts()
+{
+    QCOMPARE(SearchQuery::help.split(u'\n').size(), 7);
+    QCOMPARE(SearchQuery::help.split(u'\n').first(),
+             QString("in:Archive  in:\"Folder Name\"  in:all  -in:Trash"));
+    QCOMPARE(SearchQuery::guide.size(), 11);
+    QCOMPARE(
+        SearchQuery::guide.last(),
+        (SearchQuery::GuideEntry{"-from:noreply", "A leading - leaves out what a term finds"}));
+}
+
+QTEST_GUILESS_MAIN(TestSearchQuery)
+#include "tst_searchquery.moc"
