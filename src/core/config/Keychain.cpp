@@ -19,7 +19,8 @@ std::optional<QString> readToken(SecretStore& store)
         return std::nullopt;
     // Strict decoding: bytes that are not UTF-8 are no token, rather than one with
     // replacement characters that the server would reject.
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless |
+                                                     QStringDecoder::Flag::ConvertInitialBom);
     QString token = decoder.decode(*data);
     if (decoder.hasError())
         return std::nullopt;

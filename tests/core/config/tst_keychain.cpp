@@ -1,0 +1,108 @@
+#include "config/Keychain.h"
+
+#include "MemorySecretStore.h"
+
+#include <QTest>
+
+using Bytes = std::optional<QByteArray>;
+using Token = std::optional<QString>;
+Q_DECLARE_METATYPE(Bytes)
+Q_DECLARE_METATYPE(Token)
+
+class TestKeychain : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void readToken_data();
+    void readToken();
+    void saveToken_data();
+    void saveToken();
+    void sameTokenTwiceLeavesOneItem();
+};
+
+void TestKeychain::readToken_data()
+{
+    QTest::addColumn<Bytes>("stored");
+    QTest::addColumn<bool>("readFails");
+    QTest::addColumn<Token>("expected");
+
+    QTest::newRow("no item") << Bytes() << false << Token();
+    QTest::newRow("ascii token") << Bytes("fmu1-abc") << false << Token("fmu1-abc");
+    QTest::newRow("utf-8 token") << Bytes("t\xc3\xb6k\xe2\x82\xac") << false
+                                 << Token(QStringLiteral("tök€"));
+    QTest::newRow("byte order mark is kept")
+        << Bytes("\xef\xbb\xbftok") << false << Token(QStringLiteral("\ufefftok"));
+    QTest::newRow("invalid byte") << Bytes("tok\xff") << false << Token();
+    QTest::newRow("truncated sequence") << Bytes("tok\xc3") << false << Token();
+    QTest::newRow("overlong encoding") << Bytes("\xc0\xaf") << false << Token();
+    QTest::newRow("encoded surrogate") << Bytes("\xed\xa0\x80") << false << Token();
+    QTest::newRow("latin-1 text") << Bytes("caf\xe9") << false << Token();
+    QTest::newRow("denied or locked") << Bytes("fmu1-abc") << true << Token();
+}
+
+void TestKeychain::readToken()
+{
+    QFETCH(Bytes, stored);
+    QFETCH(bool, readFails);
+    QFETCH(Token, expected);
+    MemorySecretStore store;
+    store.data = stored;
+    store.failReads = readFails;
+    QCOMPARE(Keychain::readToken(store), expected);
+}
+
+void TestKeychain::saveToken_data()
+{
+    QTest::addColumn<Bytes>("before");
+    QTest::addColumn<bool>("addFails");
+    QTest::addColumn<QString>("token");
+    QTest::addColumn<bool>("result");
+    QTest::addColumn<Bytes>("after");
+    QTest::addColumn<QStringList>("calls");
+
+    const QStringList removeOnly{"remove"};
+    const QStringList removeThenAdd{"remove", "add"};
+    QTest::newRow("empty token with no item")
+        << Bytes() << false << "" << true << Bytes() << removeOnly;
+    QTest::newRow("empty token removes the item")
+        << Bytes("old") << false << "" << true << Bytes() << removeOnly;
+    QTest::newRow("first token") << Bytes() << false << "new" << true << Bytes("new")
+                                 << removeThenAdd;
+    QTest::newRow("new token replaces the old")
+        << Bytes("old") << false << "new" << true << Bytes("new") << removeThenAdd;
+    QTest::newRow("stored as utf-8") << Bytes() << false << QStringLiteral("tök") << true
+                                     << Bytes("t\xc3\xb6k") << removeThenAdd;
+    QTest::newRow("failed add leaves no token")
+        << Bytes("old") << true << "new" << false << Bytes() << removeThenAdd;
+}
+
+void TestKeychain::saveToken()
+{
+    QFETCH(Bytes, before);
+    QFETCH(bool, addFails);
+    QFETCH(QString, token);
+    QFETCH(bool, result);
+    QFETCH(Bytes, after);
+    QFETCH(QStringList, calls);
+    MemorySecretStore store;
+    store.data = before;
+    store.failAdds = addFails;
+    QCOMPARE(Keychain::saveToken(store, token), result);
+    QCOMPARE(store.data, after);
+    QCOMPARE(store.calls, calls);
+}
+
+void TestKeychain::sameTokenTwiceLeavesOneItem()
+{
+    // A keychain refuses a second item under the same key; deleting first makes the second
+    // save succeed instead of failing as a duplicate.
+    MemorySecretStore store;
+    QVERIFY(Keychain::saveToken(store, "fmu1-abc"));
+    QVERIFY(Keychain::saveToken(store, "fmu1-abc"));
+    QCOMPARE(Keychain::readToken(store), Token("fmu1-abc"));
+    QVERIFY(Keychain::saveToken(store, ""));
+    QCOMPARE(Keychain::readToken(store), Token());
+}
+
+QTEST_GUILESS_MAIN(TestKeychain)
+#include "tst_keychain.moc"
