@@ -1,0 +1,189 @@
+#include "mail/MailboxTree.h"
+
+#include <QTest>
+
+namespace {
+
+Mailbox box(const char* id, std::optional<QString> parentId = std::nullopt,
+            std::optional<QString> role = std::nullopt, qint64 sortOrder = 0, qint64 total = 1,
+            const char* name = nullptr)
+{
+    Mailbox mailbox;
+    mailbox.id = QLatin1String(id);
+    mailbox.name = QLatin1String(name ? name : id);
+    mailbox.parentId = parentId;
+    mailbox.role = role;
+    mailbox.sortOrder = sortOrder;
+    mailbox.totalEmails = total;
+    return mailbox;
+}
+
+// Rows written as "id/depth", with "+" when the row has children.
+QStringList describe(const QList<MailboxNode>& rows)
+{
+    QStringList result;
+    for (const MailboxNode& row : rows)
+        result.append(QStringLiteral("%1/%2%3")
+                          .arg(row.mailbox.id)
+                          .arg(row.depth)
+                          .arg(row.hasChildren ? QStringLiteral("+") : QString()));
+    return result;
+}
+
+QStringList ids(const QList<Mailbox>& mailboxes)
+{
+    QStringList result;
+    for (const Mailbox& mailbox : mailboxes)
+        result.append(mailbox.id);
+    return result;
+}
+
+using Set = QSet<QString>;
+using Keep = std::optional<QString>;
+
+} // namespace
+
+class TestMailboxTree : public QObject
+{
+    Q_OBJECT
+private slots:
+    void hierarchy_data();
+    void hierarchy();
+    void sorted_data();
+    void sorted();
+    void order_data();
+    void order();
+    void roleRank();
+};
+
+void TestMailboxTree::hierarchy_data()
+{
+    QTest::addColumn<QList<Mailbox>>("mailboxes");
+    QTest::addColumn<Set>("hidingEmpty");
+    QTest::addColumn<Keep>("keeping");
+    QTest::addColumn<Set>("collapsed");
+    QTest::addColumn<QStringList>("expected");
+
+    const QList<Mailbox> tree = {box("work"), box("inbox", {}, "inbox"), box("b", "work", {}, 0, 1),
+                                 box("a", "work", {}, 0, 0), box("a1", "a", {}, 0, 3)};
+    QTest::newRow("empty list") << QList<Mailbox>{} << Set{} << Keep{} << Set{} << QStringList{};
+    QTest::newRow("roles first, children below their parent")
+        << tree << Set{} << Keep{} << Set{}
+        << QStringList{"inbox/0", "work/0+", "a/1+", "a1/2", "b/1"};
+    QTest::newRow("orphan sits at the top level")
+        << QList<Mailbox>{box("z"), box("orphan", "gone")} << Set{} << Keep{} << Set{}
+        << QStringList{"orphan/0", "z/0"};
+    QTest::newRow("a cycle appears nowhere")
+        << QList<Mailbox>{box("top"), box("x", "y"), box("y", "x")} << Set{} << Keep{} << Set{}
+        << QStringList{"top/0"};
+    QTest::newRow("empty hidden folder shows for a subfolder with mail")
+        << tree << Set{"a"} << Keep{} << Set{}
+        << QStringList{"inbox/0", "work/0+", "a/1+", "a1/2", "b/1"};
+    QTest::newRow("chain of empty hidden folders disappears bottom up")
+        << QList<Mailbox>{box("p", {}, {}, 0, 0), box("c", "p", {}, 0, 0), box("q")}
+        << Set{"p", "c"} << Keep{} << Set{} << QStringList{"q/0"};
+    QTest::newRow("hidden only when empty: one read mail is mail")
+        << QList<Mailbox>{box("p", {}, {}, 0, 1)} << Set{"p"} << Keep{} << Set{}
+        << QStringList{"p/0"};
+    QTest::newRow("the kept folder stays")
+        << QList<Mailbox>{box("p", {}, {}, 0, 0), box("q", {}, {}, 0, 0)} << Set{"p", "q"}
+        << Keep{"q"} << Set{} << QStringList{"q/0"};
+    QTest::newRow("collapsed and hidden with a subfolder with mail")
+        << tree << Set{"a"} << Keep{} << Set{"a"}
+        << QStringList{"inbox/0", "work/0+", "a/1+", "b/1"};
+    QTest::newRow("collapsing the top hides the whole subtree")
+        << tree << Set{} << Keep{} << Set{"work"} << QStringList{"inbox/0", "work/0+"};
+}
+
+void TestMailboxTree::hierarchy()
+{
+    QFETCH(QList<Mailbox>, mailboxes);
+    QFETCH(Set, hidingEmpty);
+    QFETCH(Keep, keeping);
+    QFETCH(Set, collapsed);
+    QTEST(describe(MailboxTree::hierarchy(mailboxes, hidingEmpty, keeping, collapsed, {})),
+          "expected");
+}
+
+void TestMailboxTree::sorted_data()
+{
+    QTest::addColumn<QList<Mailbox>>("mailboxes");
+    QTest::addColumn<QStringList>("order");
+    QTest::addColumn<QStringList>("expected");
+    const QList<Mailbox> roles = {
+        box("x", {}, "important"),     box("trash", {}, "trash"),    box("junk", {}, "junk"),
+        box("archive", {}, "archive"), box("sent", {}, "sent"),      box("drafts", {}, "drafts"),
+        box("inbox", {}, "inbox"),     box("sub", {}, "subscribed"), box("plain")};
+    QTest::newRow("role ranks, then names; other roles rank like folders")
+        << roles << QStringList{}
+        << QStringList{"inbox", "drafts", "sent", "archive", "junk", "trash", "plain", "sub", "x"};
+    QTest::newRow("the user's order beats the role")
+        << roles << QStringList{"plain", "x", "trash", "plain"}
+        << QStringList{"plain", "x", "trash", "inbox", "drafts", "sent", "archive", "junk", "sub"};
+    QTest::newRow("sortOrder before the name")
+        << QList<Mailbox>{box("a", {}, {}, 5), box("b", {}, {}, 1)} << QStringList{}
+        << QStringList{"b", "a"};
+    QTest::newRow("names compare lower-cased")
+        << QList<Mailbox>{box("1", {}, {}, 0, 1, "beta"), box("2", {}, {}, 0, 1, "Alpha")}
+        << QStringList{} << QStringList{"2", "1"};
+    QTest::newRow("names equal but for case keep input order")
+        << QList<Mailbox>{box("1", {}, {}, 0, 1, "news"), box("2", {}, {}, 0, 1, "News"),
+                          box("3", {}, {}, 0, 1, "NEWS")}
+        << QStringList{} << QStringList{"1", "2", "3"};
+}
+
+void TestMailboxTree::sorted()
+{
+    QFETCH(QList<Mailbox>, mailboxes);
+    QFETCH(QStringList, order);
+    QTEST(ids(MailboxTree::sorted(mailboxes, order)), "expected");
+}
+
+void TestMailboxTree::order_data()
+{
+    QTest::addColumn<QStringList>("current");
+    QTest::addColumn<QString>("moving");
+    QTest::addColumn<int>("destination");
+    QTest::addColumn<QStringList>("expected");
+    // Rows: inbox/0, work/0+, a/1+, a1/2, b/1, c/1, z/0
+    QTest::newRow("drop before a sibling")
+        << QStringList{} << "c" << 2 << QStringList{"c", "a", "b"};
+    QTest::newRow("drop on a deeper row lands before the next sibling below")
+        << QStringList{} << "c" << 3 << QStringList{"a", "c", "b"};
+    QTest::newRow("past the last row goes to the end")
+        << QStringList{} << "a" << 99 << QStringList{"b", "c", "a"};
+    QTest::newRow("no sibling below goes to the end")
+        << QStringList{} << "a" << 6 << QStringList{"b", "c", "a"};
+    QTest::newRow("top level among top level")
+        << QStringList{} << "z" << 0 << QStringList{"z", "inbox", "work"};
+    QTest::newRow("back to its own place still lists all siblings")
+        << QStringList{} << "a" << 2 << QStringList{"a", "b", "c"};
+    QTest::newRow("other groups keep their place in front")
+        << QStringList{"z", "inbox", "work", "gone"} << "b" << 2
+        << QStringList{"z", "inbox", "work", "gone", "b", "a", "c"};
+    QTest::newRow("unknown id leaves the order as it was")
+        << QStringList{"b", "a"} << "nope" << 0 << QStringList{"b", "a"};
+}
+
+void TestMailboxTree::order()
+{
+    QFETCH(QStringList, current);
+    QFETCH(QString, moving);
+    QFETCH(int, destination);
+    const QList<Mailbox> mailboxes = {
+        box("inbox", {}, "inbox"), box("work"),      box("z"),      box("a", "work"),
+        box("b", "work"),          box("c", "work"), box("a1", "a")};
+    const auto rows = MailboxTree::hierarchy(mailboxes, {}, {}, {}, current);
+    QTEST(MailboxTree::order(current, moving, destination, rows, mailboxes), "expected");
+}
+
+void TestMailboxTree::roleRank()
+{
+    QCOMPARE(MailboxTree::roleRank(box("i", {}, "inbox")), 0);
+    QCOMPARE(MailboxTree::roleRank(box("t", {}, "trash")), 5);
+    QCOMPARE(MailboxTree::roleRank(box("n")), 6);
+    QCOMPARE(MailboxTree::roleRank(box("s", {}, "Inbox")), 6);
+}
+
+QTEST_GUILESS_MAIN(TestMailboxTree)
+#include "tst_mailboxtree.moc"
