@@ -1,0 +1,64 @@
+#include "DateFormat.h"
+
+namespace {
+
+// QLocale has no medium date style: derive it from the long one by dropping the weekday and
+// shortening the month name, which is what the abbreviated style is in every locale we ship.
+QString abbreviatedPattern(const QLocale& locale)
+{
+    QString pattern = locale.dateFormat(QLocale::LongFormat);
+    const qsizetype weekday = pattern.indexOf(QLatin1String("dddd"));
+    if (weekday >= 0) {
+        qsizetype end = weekday + 4;
+        // The weekday's own separator goes with it ("dddd, " or "dddd ").
+        while (end < pattern.size() && (pattern[end] == u',' || pattern[end] == u' '))
+            ++end;
+        qsizetype begin = weekday;
+        if (end == pattern.size()) {
+            while (begin > 0 && (pattern[begin - 1] == u',' || pattern[begin - 1] == u' '))
+                --begin;
+        }
+        pattern.remove(begin, end - begin);
+    }
+    pattern.replace(QLatin1String("MMMM"), QLatin1String("MMM"));
+    return pattern.trimmed();
+}
+
+QString dateTimeSeparator(const QLocale& locale)
+{
+    const QString date = locale.dateFormat(QLocale::ShortFormat);
+    const QString time = locale.timeFormat(QLocale::ShortFormat);
+    const QString both = locale.dateTimeFormat(QLocale::ShortFormat);
+    if (both.startsWith(date) && both.endsWith(time) && both.size() > date.size() + time.size())
+        return both.mid(date.size(), both.size() - date.size() - time.size());
+    return QStringLiteral(" ");
+}
+
+} // namespace
+
+namespace DateFormat {
+
+QString abbreviatedDate(const QDateTime& date, const QLocale& locale, const QTimeZone& timeZone)
+{
+    if (!date.isValid())
+        return QString();
+    return locale.toString(date.toTimeZone(timeZone).date(), abbreviatedPattern(locale));
+}
+
+QString shortTime(const QDateTime& date, const QLocale& locale, const QTimeZone& timeZone)
+{
+    if (!date.isValid())
+        return QString();
+    return locale.toString(date.toTimeZone(timeZone).time(), QLocale::ShortFormat);
+}
+
+QString abbreviatedDateShortTime(const QDateTime& date, const QLocale& locale,
+                                 const QTimeZone& timeZone)
+{
+    if (!date.isValid())
+        return QString();
+    return abbreviatedDate(date, locale, timeZone) + dateTimeSeparator(locale) +
+           shortTime(date, locale, timeZone);
+}
+
+} // namespace DateFormat

@@ -1,0 +1,531 @@
+#include "content/Invitation.h"
+
+#include <QFile>
+#include <QRandomGenerator>
+#include <QTest>
+
+using Property = Invitation::Property;
+
+namespace {
+
+const QTimeZone newYork("America/New_York");
+
+QString fixture(const QString& name)
+{
+    QFile file(qEnvironmentVariable("VELDRIN_FIXTURES") + QStringLiteral("/content/") + name);
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("missing fixture %s", qPrintable(name));
+    return QString::fromUtf8(file.readAll());
+}
+
+QDateTime utc(const QString& iso)
+{
+    return QDateTime::fromString(iso, Qt::ISODate).toUTC();
+}
+
+// Lines joined as a file would hold them.
+QString calendar(const QStringList& lines)
+{
+    return lines.join(QStringLiteral("\r\n")) + QStringLiteral("\r\n");
+}
+
+EmailAddress address(const QString& name, const QString& email)
+{
+    return EmailAddress{name, email};
+}
+
+} // namespace
+
+class TestInvitation : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void realWorldInvitations_data();
+    void realWorldInvitations();
+    void replyToOutlookRefoldsTheLongUid();
+    void structure_data();
+    void structure();
+    void unfold_data();
+    void unfold();
+    void propertyLines_data();
+    void propertyLines();
+    void dates_data();
+    void dates();
+    void unescape_data();
+    void unescape();
+    void fold_data();
+    void fold();
+    void replyAttendeeLine_data();
+    void replyAttendeeLine();
+    void attendeeAmongOwnAddresses();
+    void participationStatuses();
+    void oddInputNeverCrashes();
+};
+
+void TestInvitation::realWorldInvitations_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("uid");
+    QTest::addColumn<QString>("summary");
+    QTest::addColumn<QString>("location");
+    QTest::addColumn<QDateTime>("start");
+    QTest::addColumn<QDateTime>("end");
+    QTest::addColumn<bool>("isAllDay");
+    QTest::addColumn<EmailAddress>("organizer");
+    QTest::addColumn<QList<Invitation::Attendee>>("attendees");
+    QTest::addColumn<QStringList>("replyLineNames");
+    QTest::addColumn<int>("timeZoneLineCount");
+
+    using S = ParticipationStatus;
+    QTest::newRow("Google: TZID zone, folded attendees, alarm")
+        << "google.ics"
+        << "7kq3l2m9v1c0h5d8e4f6g2a1b3@google.com"
+        << "Quarterly planning; budget review"
+        << "Room 4, Second Floor" << utc("2026-10-15T08:00:00Z") << utc("2026-10-15T09:30:00Z")
+        << false << address("Maren Holt", "maren.holt@example.com")
+        << QList<Invitation::Attendee>{{address("Maren Holt", "maren.holt@example.com"),
+                                        S::Accepted},
+                                       {address("dana@example.org", "Dana@Example.org"),
+                                        S::NeedsAction},
+                                       {address("Piet Kroon", "piet@example.net"), S::Tentative}}
+        << QStringList{"DTSTART", "DTEND", "ORGANIZER", "UID", "SEQUENCE", "SUMMARY"} << 18;
+    // The Windows zone name is not an IANA id: its times read in the system's zone.
+    QTest::newRow("Outlook: Windows zone, quoted names, no PARTSTAT")
+        << "outlook.ics"
+        << "040000008200E00074C5B7101A82E00800000000B0B5E1F4A2D4DA0100000000000000001000000"
+           "09A1D0E4C6F3B2A4E8F7C6D5B4A392817"
+        << "Design review"
+        << "Microsoft Teams Meeting" << utc("2026-11-03T19:00:00Z") << utc("2026-11-03T20:00:00Z")
+        << false << address("Doe, John", "John.Doe@contoso.example")
+        << QList<Invitation::Attendee>{{address("Smith; Anna", "anna.smith@contoso.example"),
+                                        S::NeedsAction},
+                                       {address("Room 12", "room12@contoso.example"),
+                                        S::NeedsAction}}
+        << QStringList{"ORGANIZER", "UID", "SUMMARY", "DTSTART", "DTEND", "SEQUENCE"} << 15;
+    QTest::newRow("Apple: all-day, LF endings, second event, resource by urn")
+        << "apple.ics"
+        << "5F1A7C2E-9B3D-4E8A-A1C6-2D7E9F0B3C41"
+        << "Family dinner"
+        << "Grandma's\nOld Mill Road 3" << utc("2026-12-24T05:00:00Z")
+        << utc("2026-12-25T05:00:00Z") << true << address("Ann Lee", "ann@icloud.example")
+        << QList<Invitation::Attendee>{{address("Ann Lee", "ann@icloud.example"), S::Accepted},
+                                       {address("Bo Lind", "bo@example.org"), S::Declined},
+                                       {address("Cy", "cy@example.org"), S::NeedsAction}}
+        << QStringList{"DTEND", "UID", "SUMMARY", "SEQUENCE", "DTSTART", "ORGANIZER"} << 0;
+}
+
+void TestInvitation::realWorldInvitations()
+{
+    QFETCH(QString, file);
+    const auto invitation = Invitation::parse(fixture(file), newYork);
+    QVERIFY(invitation);
+    QFETCH(QString, uid);
+    QCOMPARE(invitation->method, QStringLiteral("REQUEST"));
+    QVERIFY(!invitation->isCanceled());
+    QCOMPARE(invitation->uid, uid);
+    QTEST(invitation->summary.value_or(QString()), "summary");
+    QTEST(invitation->location.value_or(QString()), "location");
+    QTEST(invitation->start.value_or(QDateTime()), "start");
+    QTEST(invitation->end.value_or(QDateTime()), "end");
+    QTEST(invitation->isAllDay, "isAllDay");
+    QTEST(invitation->organizer.value_or(EmailAddress()), "organizer");
+    QTEST(invitation->attendees, "attendees");
+
+    QStringList names;
+    for (const QString& line : invitation->replyLines)
+        names.append(Property::parse(line).name);
+    QTEST(names, "replyLineNames");
+    QTEST(int(invitation->timeZoneLines.size()), "timeZoneLineCount");
+    if (!invitation->timeZoneLines.isEmpty()) {
+        QCOMPARE(invitation->timeZoneLines.first(), QStringLiteral("BEGIN:VTIMEZONE"));
+        QCOMPARE(invitation->timeZoneLines.last(), QStringLiteral("END:VTIMEZONE"));
+    }
+}
+
+void TestInvitation::replyToOutlookRefoldsTheLongUid()
+{
+    const auto invitation = Invitation::parse(fixture(QStringLiteral("outlook.ics")), newYork);
+    QVERIFY(invitation);
+    const QString reply = invitation->reply(ParticipationStatus::Accepted,
+                                            address("Smith; Anna", "anna.smith@contoso.example"),
+                                            utc("2026-10-21T07:05:09Z"));
+    const QString expected = calendar({
+        "BEGIN:VCALENDAR",
+        "VERSION:2.0",
+        "PRODID:-//Veldrin//EN",
+        "METHOD:REPLY",
+        "BEGIN:VTIMEZONE",
+        "TZID:W. Europe Standard Time",
+        "BEGIN:STANDARD",
+        "DTSTART:16010101T030000",
+        "TZOFFSETFROM:+0200",
+        "TZOFFSETTO:+0100",
+        "RRULE:FREQ=YEARLY;INTERVAL=1;BYDAY=-1SU;BYMONTH=10",
+        "END:STANDARD",
+        "BEGIN:DAYLIGHT",
+        "DTSTART:16010101T020000",
+        "TZOFFSETFROM:+0100",
+        "TZOFFSETTO:+0200",
+        "RRULE:FREQ=YEARLY;INTERVAL=1;BYDAY=-1SU;BYMONTH=3",
+        "END:DAYLIGHT",
+        "END:VTIMEZONE",
+        "BEGIN:VEVENT",
+        "ORGANIZER;CN=\"Doe, John\":mailto:John.Doe@contoso.example",
+        "UID:040000008200E00074C5B7101A82E00800000000B0B5E1F4A2D4DA01000000000000000",
+        " 0100000009A1D0E4C6F3B2A4E8F7C6D5B4A392817",
+        "SUMMARY;LANGUAGE=en-US:Design review",
+        "DTSTART;TZID=W. Europe Standard Time:20261103T140000",
+        "DTEND;TZID=W. Europe Standard Time:20261103T150000",
+        "SEQUENCE:2",
+        "DTSTAMP:20261021T070509Z",
+        "ATTENDEE;PARTSTAT=ACCEPTED;CN=\"Smith; Anna\":mailto:anna.smith@contoso.examp",
+        " le",
+        "END:VEVENT",
+        "END:VCALENDAR",
+    });
+    QCOMPARE(reply, expected);
+}
+
+void TestInvitation::structure_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("parses");
+    QTest::addColumn<QString>("method");
+    QTest::addColumn<QString>("summary");
+    QTest::addColumn<QStringList>("replyLines");
+    QTest::addColumn<QStringList>("timeZoneLines");
+
+    const QStringList zone{"BEGIN:VTIMEZONE", "TZID:X", "END:VTIMEZONE"};
+    QTest::newRow("several events: only the first")
+        << calendar({"BEGIN:VCALENDAR", "BEGIN:VEVENT", "UID:1", "SUMMARY:First", "END:VEVENT",
+                     "BEGIN:VEVENT", "UID:2", "SUMMARY:Second", "SEQUENCE:4", "END:VEVENT",
+                     "END:VCALENDAR"})
+        << true << ""
+        << "First" << QStringList{"UID:1", "SUMMARY:First"} << QStringList{};
+    QTest::newRow("alarm adds nothing, not even its summary")
+        << calendar({"BEGIN:VCALENDAR", "BEGIN:VEVENT", "UID:1", "BEGIN:VALARM", "SUMMARY:Alarm",
+                     "UID:alarm", "END:VALARM", "SUMMARY:Event", "END:VEVENT", "END:VCALENDAR"})
+        << true << ""
+        << "Event" << QStringList{"UID:1", "SUMMARY:Event"} << QStringList{};
+    QTest::newRow("zone after the event is still kept")
+        << calendar(QStringList{"BEGIN:VCALENDAR", "BEGIN:VEVENT", "UID:1", "END:VEVENT"} + zone +
+                    QStringList{"END:VCALENDAR"})
+        << true << ""
+        << "" << QStringList{"UID:1"} << zone;
+    QTest::newRow("method upper-cased, method inside the event ignored")
+        << calendar({"BEGIN:VCALENDAR", "METHOD:request", "BEGIN:VEVENT", "METHOD:CANCEL", "UID:1",
+                     "END:VEVENT", "END:VCALENDAR"})
+        << true << "REQUEST"
+        << "" << QStringList{"UID:1"} << QStringList{};
+    QTest::newRow("cancel") << calendar({"BEGIN:VCALENDAR", "METHOD:CANCEL", "BEGIN:VEVENT",
+                                         "UID:1", "END:VEVENT", "END:VCALENDAR"})
+                            << true << "CANCEL"
+                            << "" << QStringList{"UID:1"} << QStringList{};
+    QTest::newRow("lower-case component names")
+        << calendar({"begin:vcalendar", "begin:vevent", "uid:1", "end:vevent", "end:vcalendar"})
+        << true << ""
+        << "" << QStringList{"uid:1"} << QStringList{};
+    QTest::newRow("no UID") << calendar({"BEGIN:VCALENDAR", "BEGIN:VEVENT", "SUMMARY:x",
+                                         "END:VEVENT", "END:VCALENDAR"})
+                            << false << ""
+                            << "" << QStringList{} << QStringList{};
+    QTest::newRow("empty UID") << calendar({"BEGIN:VCALENDAR", "BEGIN:VEVENT", "UID:", "END:VEVENT",
+                                            "END:VCALENDAR"})
+                               << false << ""
+                               << "" << QStringList{} << QStringList{};
+    QTest::newRow("UID only in a second event")
+        << calendar({"BEGIN:VCALENDAR", "BEGIN:VEVENT", "SUMMARY:x", "END:VEVENT", "BEGIN:VEVENT",
+                     "UID:2", "END:VEVENT", "END:VCALENDAR"})
+        << false << ""
+        << "" << QStringList{} << QStringList{};
+    QTest::newRow("event outside a calendar")
+        << calendar({"BEGIN:VEVENT", "UID:1", "END:VEVENT"}) << false << ""
+        << "" << QStringList{} << QStringList{};
+    QTest::newRow("empty text") << "" << false << ""
+                                << "" << QStringList{} << QStringList{};
+    QTest::newRow("unbalanced ends")
+        << calendar({"END:VCALENDAR", "END:VEVENT", "BEGIN:VCALENDAR", "BEGIN:VEVENT", "UID:1",
+                     "END:VEVENT", "END:VEVENT", "END:VCALENDAR", "END:VCALENDAR"})
+        << true << ""
+        << "" << QStringList{"UID:1"} << QStringList{};
+}
+
+void TestInvitation::structure()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, parses);
+    const auto invitation = Invitation::parse(text, newYork);
+    QCOMPARE(invitation.has_value(), parses);
+    if (!invitation)
+        return;
+    QFETCH(QString, method);
+    QCOMPARE(invitation->method.value_or(QString()), method);
+    QCOMPARE(invitation->isCanceled(), method == QLatin1String("CANCEL"));
+    QTEST(invitation->summary.value_or(QString()), "summary");
+    QTEST(invitation->replyLines, "replyLines");
+    QTEST(invitation->timeZoneLines, "timeZoneLines");
+}
+
+void TestInvitation::unfold_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QStringList>("lines");
+
+    QTest::newRow("CRLF, CR and LF endings")
+        << "A:1\r\nB:2\rC:3\nD:4" << QStringList{"A:1", "B:2", "C:3", "D:4"};
+    QTest::newRow("space and tab continue the line")
+        << "DESCRIPTION:ab\r\n cd\r\n\tef" << QStringList{"DESCRIPTION:abcdef"};
+    QTest::newRow("only the first blank is dropped")
+        << "SUMMARY:a\r\n  b" << QStringList{"SUMMARY:a b"};
+    QTest::newRow("empty lines dropped, even between continuations")
+        << "A:1\r\n\r\n\r\n x\r\nB:2\r\n"
+        << QStringList{"A:1x", "B:2"};
+    QTest::newRow("continuation with nothing before stays")
+        << " lonely\r\nA:1" << QStringList{" lonely", "A:1"};
+    QTest::newRow("multi-byte characters split across a fold")
+        << QStringLiteral("SUMMARY:Caf\r\n é\r\n 🎉")
+        << QStringList{QStringLiteral("SUMMARY:Café🎉")};
+}
+
+void TestInvitation::unfold()
+{
+    QFETCH(QString, text);
+    QTEST(Invitation::unfold(text), "lines");
+}
+
+void TestInvitation::propertyLines_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QVariantMap>("parameters");
+    QTest::addColumn<QString>("value");
+
+    QTest::newRow("plain") << "summary:Lunch"
+                           << "SUMMARY" << QVariantMap{} << "Lunch";
+    QTest::newRow("value keeps its colons and semicolons")
+        << "DESCRIPTION:a:b;c"
+        << "DESCRIPTION" << QVariantMap{} << "a:b;c";
+    QTest::newRow("quoted name keeps comma, semicolon and colon")
+        << "ATTENDEE;CN=\"Doe, John; Jr: III\";partstat=accepted:mailto:x@y"
+        << "ATTENDEE" << QVariantMap{{"CN", "Doe, John; Jr: III"}, {"PARTSTAT", "accepted"}}
+        << "mailto:x@y";
+    QTest::newRow("last parameter wins") << "X;A=1;a=2:v"
+                                         << "X" << QVariantMap{{"A", "2"}} << "v";
+    QTest::newRow("empty or bare parameters ignored") << "X;A=;=b;FLAG;B=c=d:v"
+                                                      << "X" << QVariantMap{{"B", "c=d"}} << "v";
+    QTest::newRow("no colon: empty value") << "END"
+                                           << "END" << QVariantMap{} << "";
+    QTest::newRow("unclosed quote hides the colon")
+        << "X;CN=\"open:value"
+        << "X" << QVariantMap{{"CN", "open:value"}} << "";
+    QTest::newRow("empty line") << ""
+                                << "" << QVariantMap{} << "";
+}
+
+void TestInvitation::propertyLines()
+{
+    QFETCH(QString, line);
+    QFETCH(QVariantMap, parameters);
+    const Property property = Property::parse(line);
+    QTEST(property.name, "name");
+    QTEST(property.value, "value");
+    QMap<QString, QString> expected;
+    for (auto it = parameters.cbegin(); it != parameters.cend(); ++it)
+        expected.insert(it.key(), it.value().toString());
+    QCOMPARE(property.parameters, expected);
+}
+
+void TestInvitation::dates_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QDateTime>("date");
+
+    QTest::newRow("UTC") << "DTSTART:20261015T083000Z" << utc("2026-10-15T08:30:00Z");
+    QTest::newRow("UTC with blanks around")
+        << "DTSTART: 20261015T083000Z\t" << utc("2026-10-15T08:30:00Z");
+    QTest::newRow("TZID zone") << "DTSTART;TZID=Europe/Berlin:20260701T100000"
+                               << utc("2026-07-01T08:00:00Z");
+    QTest::newRow("quoted TZID") << "DTSTART;TZID=\"Asia/Tokyo\":20260701T100000"
+                                 << utc("2026-07-01T01:00:00Z");
+    QTest::newRow("unknown TZID reads in the system zone")
+        << "DTSTART;TZID=Mars/Olympus:20260701T100000" << utc("2026-07-01T14:00:00Z");
+    QTest::newRow("floating time reads in the system zone")
+        << "DTSTART:20260115T100000" << utc("2026-01-15T15:00:00Z");
+    QTest::newRow("all-day: local midnight")
+        << "DTSTART;VALUE=DATE:20261001" << utc("2026-10-01T04:00:00Z");
+    QTest::newRow("eight characters without VALUE=DATE")
+        << "DTSTART:20261001" << utc("2026-10-01T04:00:00Z");
+    QTest::newRow("time in the spring-forward gap moves on")
+        << "DTSTART;TZID=America/New_York:20260308T023000" << utc("2026-03-08T07:00:00Z");
+    QTest::newRow("VALUE=DATE with a time") << "DTSTART;VALUE=DATE:20261001T100000" << QDateTime();
+    QTest::newRow("impossible day") << "DTSTART:20260230" << QDateTime();
+    QTest::newRow("hour 24") << "DTSTART:20260101T240000Z" << QDateTime();
+    QTest::newRow("letters") << "DTSTART:2026O101T100000" << QDateTime();
+    QTest::newRow("ISO with dashes") << "DTSTART:2026-10-01T10:00:00Z" << QDateTime();
+    QTest::newRow("empty") << "DTSTART:" << QDateTime();
+}
+
+void TestInvitation::dates()
+{
+    QFETCH(QString, line);
+    const auto date = Invitation::date(Property::parse(line), newYork);
+    QTEST(date.value_or(QDateTime()).toUTC(), "date");
+}
+
+void TestInvitation::unescape_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("unescaped");
+
+    QTest::newRow("comma and semicolon") << "a\\, b\\; c"
+                                         << "a, b; c";
+    QTest::newRow("line breaks") << "a\\nb\\Nc"
+                                 << "a\nb\nc";
+    QTest::newRow("backslash") << "C:\\\\temp"
+                               << "C:\\temp";
+    QTest::newRow("other character taken literally") << "\\x\\\""
+                                                     << "x\"";
+    QTest::newRow("trailing backslash dropped") << "end\\"
+                                                << "end";
+}
+
+void TestInvitation::unescape()
+{
+    QFETCH(QString, text);
+    QTEST(Invitation::unescape(text), "unescaped");
+}
+
+void TestInvitation::fold_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QStringList>("pieces");
+
+    const QString a75(75, u'a');
+    const QString b74(74, u'b');
+    QTest::newRow("75 bytes stay") << a75 << QStringList{a75};
+    QTest::newRow("76 bytes: 75 and 1") << a75 + "x" << QStringList{a75, " x"};
+    QTest::newRow("later pieces hold 74") << a75 + b74 + "c" << QStringList{a75, " " + b74, " c"};
+    QTest::newRow("two-byte character not split")
+        << QString(74, u'a') + QStringLiteral("é")
+        << QStringList{QString(74, u'a'), QStringLiteral(" é")};
+    QTest::newRow("two-byte character that fits")
+        << QString(73, u'a') + QStringLiteral("é")
+        << QStringList{QString(73, u'a') + QStringLiteral("é")};
+    QTest::newRow("three-byte characters")
+        << QString(26, QChar(0x20AC))
+        << QStringList{QString(25, QChar(0x20AC)), QStringLiteral(" €")};
+    QTest::newRow("emoji with modifier is one character")
+        << QString(72, u'a') + QStringLiteral("👍🏽")
+        << QStringList{QString(72, u'a'), QStringLiteral(" 👍🏽")};
+    QTest::newRow("empty") << "" << QStringList{""};
+}
+
+void TestInvitation::fold()
+{
+    QFETCH(QString, line);
+    QFETCH(QStringList, pieces);
+    const QString folded = Invitation::fold(line);
+    QCOMPARE(folded.split(QStringLiteral("\r\n")), pieces);
+    QCOMPARE(Invitation::unfold(folded).value(0), line);
+}
+
+void TestInvitation::replyAttendeeLine_data()
+{
+    QTest::addColumn<EmailAddress>("as");
+    QTest::addColumn<ParticipationStatus>("status");
+    QTest::addColumn<QString>("line");
+
+    QTest::newRow("no name") << EmailAddress{std::nullopt, "me@x.org"}
+                             << ParticipationStatus::Declined
+                             << "ATTENDEE;PARTSTAT=DECLINED:mailto:me@x.org";
+    QTest::newRow("name") << address("Me Myself", "me@x.org") << ParticipationStatus::Tentative
+                          << "ATTENDEE;PARTSTAT=TENTATIVE;CN=\"Me Myself\":mailto:me@x.org";
+    QTest::newRow("double quote in the name is lost")
+        << address("The \"Boss\"", "me@x.org") << ParticipationStatus::Accepted
+        << "ATTENDEE;PARTSTAT=ACCEPTED;CN=\"The Boss\":mailto:me@x.org";
+    QTest::newRow("name of quotes only")
+        << address("\"\"", "me@x.org") << ParticipationStatus::Accepted
+        << "ATTENDEE;PARTSTAT=ACCEPTED:mailto:me@x.org";
+    QTest::newRow("empty name") << address("", "me@x.org") << ParticipationStatus::Accepted
+                                << "ATTENDEE;PARTSTAT=ACCEPTED:mailto:me@x.org";
+}
+
+void TestInvitation::replyAttendeeLine()
+{
+    QFETCH(EmailAddress, as);
+    QFETCH(ParticipationStatus, status);
+    QFETCH(QString, line);
+    const auto invitation =
+        Invitation::parse(calendar({"BEGIN:VCALENDAR", "BEGIN:VEVENT", "UID:u", "LOCATION:Hidden",
+                                    "ATTENDEE;PARTSTAT=NEEDS-ACTION:mailto:other@x.org",
+                                    "END:VEVENT", "END:VCALENDAR"}),
+                          newYork);
+    QVERIFY(invitation);
+    const QString reply = invitation->reply(status, as, utc("2026-01-02T03:04:05Z"));
+    QVERIFY(reply.endsWith(QStringLiteral("END:VCALENDAR\r\n")));
+    const QStringList lines = Invitation::unfold(reply);
+    QCOMPARE(lines.filter(QRegularExpression("^ATTENDEE")), QStringList{line});
+    QVERIFY(lines.filter(QRegularExpression("^LOCATION")).isEmpty());
+    QCOMPARE(lines.mid(lines.size() - 6),
+             (QStringList{"BEGIN:VEVENT", "UID:u", "DTSTAMP:20260102T030405Z", line, "END:VEVENT",
+                          "END:VCALENDAR"}));
+}
+
+void TestInvitation::attendeeAmongOwnAddresses()
+{
+    const auto invitation = Invitation::parse(fixture(QStringLiteral("google.ics")), newYork);
+    QVERIFY(invitation);
+    const auto dana = invitation->attendee({QStringLiteral("dana@example.org")});
+    QVERIFY(dana);
+    QCOMPARE(dana->address.email, QStringLiteral("Dana@Example.org"));
+    // The first listed wins when the user has several of the attendees' addresses.
+    const auto first = invitation->attendee(
+        {QStringLiteral("piet@example.net"), QStringLiteral("dana@example.org")});
+    QCOMPARE(first->address.email, QStringLiteral("Dana@Example.org"));
+    QVERIFY(!invitation->attendee({QStringLiteral("nobody@example.org")}));
+    QVERIFY(!invitation->attendee({}));
+}
+
+void TestInvitation::participationStatuses()
+{
+    using namespace ParticipationStatuses;
+    QStringList rows;
+    for (const ParticipationStatus status : all())
+        rows.append(value(status) + '|' + title(status) + '|' + pastTense(status));
+    QCOMPARE(rows,
+             (QStringList{"ACCEPTED|Accept|Accepted", "TENTATIVE|Maybe|Tentatively Accepted",
+                          "DECLINED|Decline|Declined", "NEEDS-ACTION|No Answer|Not Answered"}));
+    QCOMPARE(answers(), (QList<ParticipationStatus>{ParticipationStatus::Accepted,
+                                                    ParticipationStatus::Tentative,
+                                                    ParticipationStatus::Declined}));
+    QVERIFY(fromValue(QStringLiteral("accepted")) == ParticipationStatus::Accepted);
+    QVERIFY(!fromValue(QStringLiteral("DELEGATED")));
+}
+
+void TestInvitation::oddInputNeverCrashes()
+{
+    // Truncations and random bytes of a real invitation: parsing and replying must not fail.
+    const QString text = fixture(QStringLiteral("google.ics"));
+    for (qsizetype length = 0; length <= text.size(); length += 7) {
+        const auto invitation = Invitation::parse(text.left(length), newYork);
+        if (invitation)
+            QVERIFY(!invitation
+                         ->reply(ParticipationStatus::Accepted, address("Me", "me@x"), QDateTime())
+                         .isEmpty());
+    }
+    QRandomGenerator random(42);
+    const QString alphabet = QStringLiteral("BEGIN:VCALENDAREVTUID;=\"\\\r\n \tZ0123456789é😀");
+    for (int round = 0; round < 500; ++round) {
+        QString noise;
+        const int length = random.bounded(200);
+        for (int index = 0; index < length; ++index)
+            noise.append(alphabet.at(random.bounded(int(alphabet.size()))));
+        Invitation::parse(QStringLiteral("BEGIN:VCALENDAR\nBEGIN:VEVENT\nUID:1\n") + noise,
+                          newYork);
+        Invitation::fold(noise);
+    }
+}
+
+QTEST_GUILESS_MAIN(TestInvitation)
+#include "tst_invitation.moc"
