@@ -1,0 +1,259 @@
+#include "markdown/Document.h"
+
+#include <cmark-gfm-core-extensions.h>
+#include <cmark-gfm.h>
+
+#include <cstring>
+#include <memory>
+
+namespace Markdown {
+
+namespace {
+
+// Every pass over the tree recurses, so a pathologically deep document (thousands of nested
+// quotes or lists) would exhaust the stack. Below this depth a subtree keeps only its text.
+constexpr int maxDepth = 256;
+
+struct ParserDeleter
+{
+    void operator()(cmark_parser* parser) const { cmark_parser_free(parser); }
+};
+struct NodeDeleter
+{
+    void operator()(cmark_node* node) const { cmark_node_free(node); }
+};
+
+QString literalOf(cmark_node* node)
+{
+    const char* literal = cmark_node_get_literal(node);
+    return literal ? QString::fromUtf8(literal) : QString();
+}
+
+std::optional<QString> optionalString(const char* value)
+{
+    if (!value)
+        return std::nullopt;
+    return QString::fromUtf8(value);
+}
+
+std::optional<Node::Alignment> alignmentOf(uint8_t value)
+{
+    switch (value) {
+    case 'l':
+        return Node::Alignment::Left;
+    case 'c':
+        return Node::Alignment::Center;
+    case 'r':
+        return Node::Alignment::Right;
+    default:
+        return std::nullopt;
+    }
+}
+
+// The text leaves of a subtree that is too deep to keep, gathered without recursion.
+Node flattenedText(cmark_node* root)
+{
+    Node text(Node::Kind::Text);
+    cmark_iter* iterator = cmark_iter_new(root);
+    cmark_event_type event;
+    while ((event = cmark_iter_next(iterator)) != CMARK_EVENT_DONE) {
+        if (event != CMARK_EVENT_ENTER)
+            continue;
+        cmark_node* node = cmark_iter_get_node(iterator);
+        switch (cmark_node_get_type(node)) {
+        case CMARK_NODE_TEXT:
+        case CMARK_NODE_CODE:
+            text.literal += literalOf(node);
+            break;
+        case CMARK_NODE_SOFTBREAK:
+        case CMARK_NODE_LINEBREAK:
+            text.literal += QLatin1Char('\n');
+            break;
+        default:
+            break;
+        }
+    }
+    cmark_iter_free(iterator);
+    return text;
+}
+
+std::optional<Node> convert(cmark_node* node, int depth);
+
+void convertChildren(cmark_node* parent, Node& into, int depth)
+{
+    for (cmark_node* child = cmark_node_first_child(parent); child;
+         child = cmark_node_next(child)) {
+        if (auto converted = convert(child, depth + 1))
+            into.children.append(std::move(*converted));
+    }
+}
+
+Node convertTable(cmark_node* node, int depth)
+{
+    Node table(Node::Kind::Table);
+    const uint16_t columns = cmark_gfm_extensions_get_table_columns(node);
+    const uint8_t* alignments = cmark_gfm_extensions_get_table_alignments(node);
+    table.columnAlignments.reserve(columns);
+    for (uint16_t column = 0; column < columns; ++column)
+        table.columnAlignments.append(alignments ? alignmentOf(alignments[column]) : std::nullopt);
+
+    // The tree has exactly one head and one body; cmark gives the header row first.
+    Node head(Node::Kind::TableHead);
+    Node body(Node::Kind::TableBody);
+    for (cmark_node* row = cmark_node_first_child(node); row; row = cmark_node_next(row)) {
+        const char* type = cmark_node_get_type_string(row);
+        if (std::strcmp(type, "table_header") == 0) {
+            convertChildren(row, head, depth + 1);
+        } else if (std::strcmp(type, "table_row") == 0) {
+            Node converted(Node::Kind::TableRow);
+            convertChildren(row, converted, depth + 1);
+            body.children.append(std::move(converted));
+        }
+    }
+    table.children.append(std::move(head));
+    table.children.append(std::move(body));
+    return table;
+}
+
+// Nodes of the extensions have type numbers assigned at registration, so they are told apart
+// by their names.
+std::optional<Node> convertExtension(cmark_node* node, int depth)
+{
+    const char* type = cmark_node_get_type_string(node);
+    if (std::strcmp(type, "table") == 0)
+        return convertTable(node, depth);
+    Node result;
+    if (std::strcmp(type, "strikethrough") == 0)
+        result.kind = Node::Kind::Strikethrough;
+    else if (std::strcmp(type, "table_cell") == 0)
+        result.kind = Node::Kind::TableCell;
+    else
+        return std::nullopt;
+    convertChildren(node, result, depth);
+    return result;
+}
+
+std::optional<Node> convert(cmark_node* node, int depth)
+{
+    if (depth > maxDepth)
+        return flattenedText(node);
+
+    Node result;
+    using Kind = Node::Kind;
+    switch (cmark_node_get_type(node)) {
+    case CMARK_NODE_DOCUMENT:
+        result.kind = Kind::Document;
+        break;
+    case CMARK_NODE_BLOCK_QUOTE:
+        result.kind = Kind::BlockQuote;
+        break;
+    case CMARK_NODE_LIST:
+        if (cmark_node_get_list_type(node) == CMARK_ORDERED_LIST) {
+            result.kind = Kind::OrderedList;
+            result.startIndex = unsigned(std::max(0, cmark_node_get_list_start(node)));
+        } else {
+            result.kind = Kind::UnorderedList;
+        }
+        break;
+    case CMARK_NODE_ITEM:
+        result.kind = Kind::ListItem;
+        if (std::strcmp(cmark_node_get_type_string(node), "tasklist") == 0) {
+            result.checkbox = cmark_gfm_extensions_get_tasklist_item_checked(node)
+                                  ? Node::Checkbox::Checked
+                                  : Node::Checkbox::Unchecked;
+        }
+        break;
+    case CMARK_NODE_CODE_BLOCK: {
+        result.kind = Kind::CodeBlock;
+        result.literal = literalOf(node);
+        const char* info = cmark_node_get_fence_info(node);
+        if (info && *info)
+            result.language = QString::fromUtf8(info);
+        return result;
+    }
+    case CMARK_NODE_HTML_BLOCK:
+        result.kind = Kind::HTMLBlock;
+        result.literal = literalOf(node);
+        return result;
+    case CMARK_NODE_PARAGRAPH:
+        result.kind = Kind::Paragraph;
+        break;
+    case CMARK_NODE_HEADING:
+        result.kind = Kind::Heading;
+        result.level = cmark_node_get_heading_level(node);
+        break;
+    case CMARK_NODE_THEMATIC_BREAK:
+        result.kind = Kind::ThematicBreak;
+        return result;
+    case CMARK_NODE_TEXT:
+        result.kind = Kind::Text;
+        result.literal = literalOf(node);
+        return result;
+    case CMARK_NODE_SOFTBREAK:
+        result.kind = Kind::SoftBreak;
+        return result;
+    case CMARK_NODE_LINEBREAK:
+        result.kind = Kind::LineBreak;
+        return result;
+    case CMARK_NODE_CODE:
+        result.kind = Kind::InlineCode;
+        result.literal = literalOf(node);
+        return result;
+    case CMARK_NODE_HTML_INLINE:
+        result.kind = Kind::InlineHTML;
+        result.literal = literalOf(node);
+        return result;
+    case CMARK_NODE_EMPH:
+        result.kind = Kind::Emphasis;
+        break;
+    case CMARK_NODE_STRONG:
+        result.kind = Kind::Strong;
+        break;
+    case CMARK_NODE_LINK:
+        result.kind = Kind::Link;
+        result.destination = optionalString(cmark_node_get_url(node));
+        break;
+    case CMARK_NODE_IMAGE:
+        result.kind = Kind::Image;
+        result.destination = optionalString(cmark_node_get_url(node));
+        result.title = optionalString(cmark_node_get_title(node));
+        break;
+    default:
+        return convertExtension(node, depth);
+    }
+    convertChildren(node, result, depth);
+    return result;
+}
+
+cmark_parser* newParser()
+{
+    // Registration touches a global list without a lock; a function-local static makes it
+    // happen exactly once even when documents are parsed on several threads.
+    static const bool registered = [] {
+        cmark_gfm_core_extensions_ensure_registered();
+        return true;
+    }();
+    Q_UNUSED(registered);
+
+    // The installed cmark-gfm has no table-span option, so cells never span.
+    cmark_parser* parser = cmark_parser_new(CMARK_OPT_SOURCEPOS | CMARK_OPT_SMART);
+    for (const char* name : {"table", "strikethrough", "tasklist"}) {
+        if (cmark_syntax_extension* extension = cmark_find_syntax_extension(name))
+            cmark_parser_attach_syntax_extension(parser, extension);
+    }
+    return parser;
+}
+
+} // namespace
+
+Node parseDocument(const QString& text)
+{
+    std::unique_ptr<cmark_parser, ParserDeleter> parser(newParser());
+    const QByteArray source = text.toUtf8();
+    cmark_parser_feed(parser.get(), source.constData(), size_t(source.size()));
+    std::unique_ptr<cmark_node, NodeDeleter> root(cmark_parser_finish(parser.get()));
+    std::optional<Node> document = root ? convert(root.get(), 0) : std::nullopt;
+    return document ? std::move(*document) : Node(Node::Kind::Document);
+}
+
+} // namespace Markdown

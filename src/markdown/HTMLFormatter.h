@@ -1,0 +1,30 @@
+#pragma once
+
+#include "markdown/Node.h"
+
+#include <QString>
+
+namespace Markdown {
+
+// Writes a tree as HTML. It escapes nothing: every string goes out as it stands in the tree, so
+// text must have been escaped before (see OutputRewriter).
+class HTMLFormatter
+{
+public:
+    static QString format(const Node& document);
+
+private:
+    HTMLFormatter() = default;
+
+    void write(const Node& node);
+    void writeChildren(const Node& node);
+    void writeCell(const Node& cell);
+
+    QString out;
+    // The state of the table being written.
+    QList<std::optional<Node::Alignment>> alignments;
+    bool inHead = false;
+    qsizetype column = 0;
+};
+
+} // namespace Markdown
