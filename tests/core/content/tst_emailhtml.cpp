@@ -1,0 +1,394 @@
+#include "content/EmailHTML.h"
+
+#include <QFile>
+#include <QTest>
+
+// The display document of a message, its remote-content test and its plain text.
+class TestEmailHTML : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void body_data();
+    void body();
+    void htmlEscaped_data();
+    void htmlEscaped();
+    void templateBytes_data();
+    void templateBytes();
+    void documentWrapsBody();
+    void remoteContent_data();
+    void remoteContent();
+    void plainTextChoosesParts_data();
+    void plainTextChoosesParts();
+    void plainTextOfHTML_data();
+    void plainTextOfHTML();
+    void newsletterPlainText();
+};
+
+namespace {
+
+BodyPart part(const char* id, const char* type)
+{
+    BodyPart result;
+    if (id)
+        result.partId = QString::fromUtf8(id);
+    result.type = QString::fromUtf8(type);
+    return result;
+}
+
+using Parts = std::optional<QList<BodyPart>>;
+using Values = std::optional<QMap<QString, BodyValue>>;
+
+Email email(Parts html, Parts text, Values values)
+{
+    Email result;
+    result.id = QStringLiteral("M1");
+    result.threadId = QStringLiteral("T1");
+    result.htmlBody = std::move(html);
+    result.textBody = std::move(text);
+    result.bodyValues = std::move(values);
+    return result;
+}
+
+Values values(std::initializer_list<std::pair<const char*, QString>> entries)
+{
+    QMap<QString, BodyValue> map;
+    for (const auto& [id, value] : entries)
+        map.insert(QString::fromUtf8(id), BodyValue{value});
+    return map;
+}
+
+// A message whose only body is one HTML part.
+Email htmlOnly(const QString& html)
+{
+    return email(QList{part("1", "text/html")}, std::nullopt, values({{"1", html}}));
+}
+
+QString fixture(const QString& path)
+{
+    QFile file(qEnvironmentVariable("VELDRIN_FIXTURES") + QLatin1Char('/') + path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(file.readAll());
+}
+
+const QString noContent = QStringLiteral("<p><em>(no content)</em></p>");
+
+QString pre(const QString& escaped)
+{
+    return QStringLiteral("<pre class=\"veldrin-plain\">") + escaped + QStringLiteral("</pre>");
+}
+
+} // namespace
+
+void TestEmailHTML::body_data()
+{
+    QTest::addColumn<Email>("message");
+    QTest::addColumn<QString>("fragment");
+
+    const auto html = part("h", "text/html");
+    const auto plain = part("t", "text/plain");
+    const auto both = values({{"h", "<b>Hi</b>"}, {"t", "a < b & c"}});
+
+    QTest::newRow("html part as it stands")
+        << email(QList{html}, std::nullopt, both) << "<b>Hi</b>";
+    QTest::newRow("text part in the html body is escaped")
+        << email(QList{plain}, QList{plain}, both) << pre("a &lt; b &amp; c");
+    QTest::newRow("a tag in plain text shows as text")
+        << email(QList{plain}, std::nullopt, values({{"t", "<b>x</b>"}}))
+        << pre("&lt;b&gt;x&lt;/b&gt;");
+    QTest::newRow("quotes in plain text")
+        << email(QList{plain}, std::nullopt, values({{"t", "\"a\" 'b' &amp;"}}))
+        << pre("&quot;a&quot; 'b' &amp;amp;");
+    QTest::newRow("html, text, html in order joined by hr")
+        << email(QList{html, plain, part("h2", "text/html")}, std::nullopt,
+                 values({{"h", "<p>1</p>"}, {"t", "2"}, {"h2", "<p>3</p>"}}))
+        << "<p>1</p><hr>" + pre("2") + "<hr><p>3</p>";
+    QTest::newRow("absent html body falls back to text body")
+        << email(std::nullopt, QList{plain}, both) << pre("a &lt; b &amp; c");
+    QTest::newRow("present but empty html body shows no content")
+        << email(QList<BodyPart>{}, QList{plain}, both) << noContent;
+    QTest::newRow("no bodies at all") << email(std::nullopt, std::nullopt, both) << noContent;
+    QTest::newRow("part without id is skipped")
+        << email(QList{part(nullptr, "text/html"), html}, std::nullopt, both) << "<b>Hi</b>";
+    QTest::newRow("absent body values")
+        << email(QList{html}, std::nullopt, std::nullopt) << noContent;
+    QTest::newRow("empty body values") << email(QList{html}, std::nullopt, values({})) << noContent;
+    QTest::newRow("value missing for the id")
+        << email(QList{part("x", "text/html"), html}, std::nullopt, both) << "<b>Hi</b>";
+    QTest::newRow("empty value still contributes")
+        << email(QList{html, plain}, std::nullopt, values({{"h", ""}, {"t", "x"}}))
+        << "<hr>" + pre("x");
+    QTest::newRow("type compared case-sensitively")
+        << email(QList{part("h", "TEXT/HTML")}, std::nullopt, both) << pre("&lt;b&gt;Hi&lt;/b&gt;");
+    QTest::newRow("calendar part shows as text")
+        << email(QList{part("c", "text/calendar")}, std::nullopt,
+                 values({{"c", "BEGIN:VCALENDAR"}}))
+        << pre("BEGIN:VCALENDAR");
+}
+
+void TestEmailHTML::body()
+{
+    QFETCH(Email, message);
+    QFETCH(QString, fragment);
+    QCOMPARE(EmailHTML::body(message), fragment);
+}
+
+void TestEmailHTML::htmlEscaped_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("escaped");
+
+    QTest::newRow("plain words") << "hello"
+                                 << "hello";
+    QTest::newRow("new entities are not escaped again") << "a < b & c"
+                                                        << "a &lt; b &amp; c";
+    QTest::newRow("existing entity is escaped") << "&lt;"
+                                                << "&amp;lt;";
+    QTest::newRow("double quote, not single") << "\"it's\""
+                                              << "&quot;it's&quot;";
+    QTest::newRow("tag") << "<a href=\"x\">"
+                         << "&lt;a href=&quot;x&quot;&gt;";
+    QTest::newRow("non-ASCII untouched") << "Grüße — 👋"
+                                         << "Grüße — 👋";
+    QTest::newRow("empty") << ""
+                           << "";
+}
+
+void TestEmailHTML::htmlEscaped()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, escaped);
+    QCOMPARE(EmailHTML::htmlEscaped(text), escaped);
+}
+
+void TestEmailHTML::templateBytes_data()
+{
+    QTest::addColumn<bool>("allowRemoteContent");
+    QTest::addColumn<QString>("policy");
+
+    QTest::newRow("remote content blocked")
+        << false
+        << "default-src 'none'; img-src cid: data:; style-src 'unsafe-inline'; font-src data:";
+    QTest::newRow("remote content allowed")
+        << true
+        << "default-src 'none'; img-src cid: data: https: http:; style-src 'unsafe-inline' "
+           "https: http:; font-src data: https: http:";
+}
+
+void TestEmailHTML::templateBytes()
+{
+    QFETCH(bool, allowRemoteContent);
+    QFETCH(QString, policy);
+
+    const QStringList lines{
+        "<!doctype html>",
+        "<html>",
+        "<head>",
+        "<meta charset=\"utf-8\">",
+        "<meta http-equiv=\"Content-Security-Policy\" content=\"" + policy + "\">",
+        "<style>",
+        "html, body { margin: 0; padding: 0; background: #fff; color: #1d1d1f; }",
+        "body { font: 14px/1.5 -apple-system, BlinkMacSystemFont, \"Helvetica Neue\", "
+        "sans-serif; }",
+        "#veldrin-root { display: flow-root; padding: 14px; overflow-x: auto; overflow-wrap: "
+        "break-word; }",
+        "img { max-width: 100%; height: auto; }",
+        "pre.veldrin-plain { white-space: pre-wrap; font: inherit; margin: 0; }",
+        "blockquote { margin: 0 0 0 4px; padding-left: 12px; border-left: 3px solid #d0d0d5; "
+        "color: #555; }",
+        "pre, code { font-family: ui-monospace, Menlo, monospace; font-size: 13px; }",
+        "pre:not(.veldrin-plain) { background: #f4f4f6; padding: 10px; border-radius: 6px; "
+        "overflow-x: auto; }",
+        "table { border-collapse: collapse; }",
+        "</style>",
+        "</head>",
+        "<body><div id=\"veldrin-root\"><p>Hi &amp; bye</p>\n</div></body>",
+        "</html>",
+    };
+    const QString document =
+        EmailHTML::wrap(QStringLiteral("<p>Hi &amp; bye</p>\n"), allowRemoteContent);
+    QCOMPARE(document, lines.join(QLatin1Char('\n')));
+
+    // Only images, styles and fonts open up, each over both schemes.
+    const qsizetype remote = allowRemoteContent ? 3 : 0;
+    QCOMPARE(document.count(QStringLiteral("https:")), remote);
+    QCOMPARE(document.count(QStringLiteral(" http:")), remote);
+}
+
+void TestEmailHTML::documentWrapsBody()
+{
+    const Email message = htmlOnly(QStringLiteral("<img src=\"cid:logo\">"));
+    for (const bool allow : {false, true})
+        QCOMPARE(EmailHTML::document(message, allow),
+                 EmailHTML::wrap(QStringLiteral("<img src=\"cid:logo\">"), allow));
+}
+
+void TestEmailHTML::remoteContent_data()
+{
+    QTest::addColumn<Email>("message");
+    QTest::addColumn<bool>("remote");
+
+    const auto row = [](const char* name, const char* html, bool remote) {
+        QTest::newRow(name) << htmlOnly(QString::fromUtf8(html)) << remote;
+    };
+    row("quoted https image", "<img src=\"https://t.example/p.gif\">", true);
+    row("upper case, single quote, http", "<IMG SRC='HTTP://x'>", true);
+    row("unquoted with blanks", "<img src = http://x>", true);
+    row("background attribute", "<td background=https://x/bg.png>", true);
+    row("css url with blank and quote", "<div style=\"background: url( 'https://x/a.png')\">",
+        true);
+    row("css url unquoted", "<style>p{background:url(http://x)}</style>", true);
+    row("cid image", "<img src=\"cid:a\">", false);
+    row("data image", "<img src=\"data:image/png;base64,AA\">", false);
+    row("protocol-relative", "<img src=\"//cdn.example/x.png\">", false);
+    row("plain link", "<a href=\"https://example.com\">x</a>", false);
+    row("other scheme", "<img src=\"ftp://x\">", false);
+    row("text mentioning src counts", "<p>write src=https://x in the page</p>", true);
+    row("no body", "", false);
+
+    const auto plain = part("t", "text/plain");
+    QTest::newRow("plain part with bare attribute text")
+        << email(QList{plain}, std::nullopt, values({{"t", "src=https://x"}})) << true;
+    QTest::newRow("plain part with quoted attribute text")
+        << email(QList{plain}, std::nullopt, values({{"t", "src=\"https://x\""}})) << false;
+    QTest::newRow("text body not shown is not searched")
+        << email(QList<BodyPart>{}, QList{plain}, values({{"t", "src=https://x"}})) << false;
+}
+
+void TestEmailHTML::remoteContent()
+{
+    QFETCH(Email, message);
+    QFETCH(bool, remote);
+    QCOMPARE(EmailHTML::hasRemoteContent(message), remote);
+}
+
+void TestEmailHTML::plainTextChoosesParts_data()
+{
+    QTest::addColumn<Email>("message");
+    QTest::addColumn<QString>("text");
+
+    const auto plain = part("t", "text/plain");
+    const auto plain2 = part("t2", "text/plain");
+    const auto html = part("h", "text/html");
+
+    QTest::newRow("text parts joined by a line feed, not trimmed")
+        << email(std::nullopt, QList{plain, plain2}, values({{"t", "  one "}, {"t2", "two\n"}}))
+        << "  one \ntwo\n";
+    QTest::newRow("only text/plain parts of the text body")
+        << email(std::nullopt, QList{plain, html, part("c", "text/calendar")},
+                 values({{"t", "a"}, {"h", "<b>b</b>"}, {"c", "BEGIN"}}))
+        << "a";
+    QTest::newRow("empty html body does not hide the text")
+        << email(QList<BodyPart>{}, QList{plain}, values({{"t", "words"}})) << "words";
+    QTest::newRow("html body stripped when there is no text part")
+        << email(QList{html}, std::nullopt, values({{"h", "<p>a</p><p>b</p>"}})) << "a\nb";
+    QTest::newRow("empty text value falls back to the html body")
+        << email(QList{html}, QList{plain}, values({{"t", ""}, {"h", "<i>x</i>"}})) << "x";
+    QTest::newRow("fallback takes every part of the html body")
+        << email(QList{html, part("p", "text/plain")}, std::nullopt,
+                 values({{"h", "<div>a</div>"}, {"p", "b &amp; c"}}))
+        << "a\n\nb & c";
+    QTest::newRow("fallback to a text body of other types")
+        << email(std::nullopt, QList{html}, values({{"h", "<b>x</b>"}})) << "x";
+    QTest::newRow("no values at all") << email(QList{html}, QList{plain}, std::nullopt) << "";
+}
+
+void TestEmailHTML::plainTextChoosesParts()
+{
+    QFETCH(Email, message);
+    QFETCH(QString, text);
+    QCOMPARE(EmailHTML::plainText(message), text);
+}
+
+void TestEmailHTML::plainTextOfHTML_data()
+{
+    QTest::addColumn<QString>("html");
+    QTest::addColumn<QString>("text");
+
+    // Hidden elements.
+    QTest::newRow("head, style and script dropped")
+        << "<html><head><title>T</title></head><body><style>p{}</style>Hi"
+           "<script type=\"x\">alert(1)</script></body></html>"
+        << "Hi";
+    QTest::newRow("mixed case and line breaks inside")
+        << "<STYLE media=all>\np { }\n</Style>a<Script>\nx\n</SCRIPT>b"
+        << "ab";
+    QTest::newRow("unclosed style keeps its text") << "<style>p { x }"
+                                                   << "p { x }";
+    QTest::newRow("mismatched close is not a hidden element") << "<script>a</style>b"
+                                                              << "ab";
+    QTest::newRow("header is not head") << "<header>Top</header>"
+                                        << "Top";
+    QTest::newRow("lazy: text between two scripts stays")
+        << "<script>1</script>keep<script>2</script>"
+        << "keep";
+
+    // Line structure.
+    QTest::newRow("paragraphs on lines") << "<p>a</p><p>b</p>"
+                                         << "a\nb";
+    QTest::newRow("br variants") << "a<br>b<BR/>c<br />d"
+                                 << "a\nb\nc\nd";
+    QTest::newRow("block ends") << "<h2>T</h2><div>d</div><blockquote>q</blockquote><li>i</li>"
+                                << "T\nd\nq\ni";
+    QTest::newRow("nested tables")
+        << "<table><tr><td><table><tr><td>a</td></tr></table></td></tr><tr><td>b</td></tr>"
+           "</table>"
+        << "a\n\nb";
+    QTest::newRow("at most one empty line") << "a\n\n\n\nb<br><br><br><br>c"
+                                            << "a\n\nb\n\nc";
+    QTest::newRow("blanks and tabs before a line feed go") << "a \t \nb  <br>c"
+                                                           << "a\nb\nc";
+    QTest::newRow("trimmed at both ends") << "\n  <p> x </p>\n\t"
+                                          << "x";
+
+    // Tags and comments.
+    QTest::newRow("comment") << "a<!-- note -->b"
+                             << "ab";
+    QTest::newRow("comment with a bracket leaks its tail") << "<!-- a > b -->x"
+                                                           << "b -->x";
+    QTest::newRow("unclosed tag at the end stays") << "a <b"
+                                                   << "a <b";
+    QTest::newRow("brackets around words are taken for a tag") << "1 < 2 and 3 > 2"
+                                                               << "1  2";
+    QTest::newRow("lone closing bracket stays") << "a > b"
+                                                << "a > b";
+    QTest::newRow("huge attribute") << "<img alt=\"" + QString(1 << 20, 'x') + "\">tail"
+                                    << "tail";
+    QTest::newRow("attribute with a line break") << "<a\nhref=\"x\">link</a>"
+                                                 << "link";
+
+    // Entities.
+    QTest::newRow("the six entities") << "&lt;b&gt; &quot;q&quot; &#39;s&#39; a&nbsp;b &amp;"
+                                      << "<b> \"q\" 's' a b &";
+    QTest::newRow("double-escaped nbsp") << "&amp;nbsp;"
+                                         << "&nbsp;";
+    QTest::newRow("double-escaped lt") << "&amp;lt;"
+                                       << "&lt;";
+    QTest::newRow("entity text does not form a tag") << "&lt;p&gt;x"
+                                                     << "<p>x";
+    QTest::newRow("other entities stay") << "&copy; &#60; &#x3c; &NBSP; &mdash;"
+                                         << "&copy; &#60; &#x3c; &NBSP; &mdash;";
+    QTest::newRow("empty") << ""
+                           << "";
+    QTest::newRow("only markup") << "<div><br></div>"
+                                 << "";
+}
+
+void TestEmailHTML::plainTextOfHTML()
+{
+    QFETCH(QString, html);
+    QFETCH(QString, text);
+    QCOMPARE(EmailHTML::plainText(htmlOnly(html)), text);
+    QCOMPARE(EmailHTML::stripTags(html), text);
+}
+
+void TestEmailHTML::newsletterPlainText()
+{
+    const QString html = fixture(QStringLiteral("html/newsletter.html"));
+    const QString expected = fixture(QStringLiteral("html/newsletter.txt"));
+    QVERIFY(!html.isEmpty());
+    QCOMPARE(EmailHTML::plainText(htmlOnly(html)), expected);
+}
+
+QTEST_GUILESS_MAIN(TestEmailHTML)
+#include "tst_emailhtml.moc"
