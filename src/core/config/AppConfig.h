@@ -14,10 +14,8 @@
 // file's keys. The API token is deliberately not here: it lives in the keychain.
 struct AppConfig
 {
-    static inline const QString defaultSessionUrl =
-        QStringLiteral("https://api.fastmail.com/jmap/session");
-
-    QString sessionUrl = defaultSessionUrl;
+    // The service's public JMAP session endpoint.
+    QString sessionUrl = QStringLiteral("https://api.fastmail.com/jmap/session");
     int pageSize = 50;
     // Floored where the refresh loop uses it, not here, so the file keeps what the user wrote.
     int refreshIntervalSeconds = 60;
