@@ -2,7 +2,6 @@
 
 #include "jmap/Json.h"
 
-#include <QCollator>
 #include <QHash>
 
 #include <algorithm>
@@ -182,11 +181,21 @@ Contact Contact::fromJson(const QJsonObject& card)
     return contact;
 }
 
-void Contact::sortByDisplayName(QList<Contact>& contacts)
+QCollator Contact::collator()
 {
-    QCollator collator;
+    // The C locale compares code points and ignores numeric mode; a plain English collation is
+    // the closer match to what a user expects of "Item 9" and "Item 10".
+    const QLocale locale = QLocale().language() == QLocale::C ? QLocale(QLocale::English)
+                                                              : QLocale();
+    QCollator collator(locale);
     collator.setNumericMode(true);
     collator.setCaseSensitivity(Qt::CaseInsensitive);
+    return collator;
+}
+
+void Contact::sortByDisplayName(QList<Contact>& contacts)
+{
+    const QCollator collator = Contact::collator();
     QList<std::pair<QString, qsizetype>> keys;
     keys.reserve(contacts.size());
     for (qsizetype i = 0; i < contacts.size(); ++i)

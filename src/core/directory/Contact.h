@@ -2,6 +2,7 @@
 
 #include "ContactDetails.h"
 
+#include <QCollator>
 #include <QJsonObject>
 #include <QList>
 #include <QString>
@@ -87,6 +88,9 @@ struct Contact
 
     // The order of the address book: by display name, numbers by value, stable.
     static void sortByDisplayName(QList<Contact>& contacts);
+    // The comparison of that order, for tables that sort by names: the user's locale, numbers
+    // by value, case ignored.
+    static QCollator collator();
 };
 
 size_t qHash(const Contact::Entry& entry, size_t seed = 0);
