@@ -1,0 +1,253 @@
+#include "JMAPPushStream.h"
+
+#include "JMAPClient.h"
+
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QTimer>
+#include <QUrl>
+
+namespace {
+
+// Three ping periods: a connection silent for this long has failed.
+constexpr int idleTimeoutMilliseconds = 90000;
+
+} // namespace
+
+std::unique_ptr<JMAPPushStream> JMAPClient::pushEvents(const QStringList& types)
+{
+    std::unique_ptr<JMAPPushStream> stream(new JMAPPushStream(this, types));
+    stream->open(QPointer<JMAPPushStream>(stream.get()));
+    return stream;
+}
+
+JMAPPushStream::JMAPPushStream(JMAPClient* client, QStringList types)
+    : m_client(client), m_types(std::move(types))
+{
+}
+
+JMAPPushStream::~JMAPPushStream()
+{
+    closeReply();
+    if (!m_ended) {
+        m_ended = true;
+        m_error = std::make_exception_ptr(CancelledError());
+    }
+    // A consumer still waiting learns that the stream is gone, and must not take an event
+    // that would send it back to a stream that no longer exists.
+    m_pending.reset();
+    resumeWaiter();
+}
+
+QCoro::Task<> JMAPPushStream::open(QPointer<JMAPPushStream> self)
+{
+    JMAPClient* client = m_client;
+    std::optional<QString> eventSourceUrl;
+    try {
+        const JMAPSession session = co_await client->session();
+        eventSourceUrl = session.eventSourceUrl;
+    } catch (...) {
+        if (self)
+            self->finish(std::current_exception());
+        co_return;
+    }
+    if (!self || self->m_ended)
+        co_return;
+    if (!eventSourceUrl) {
+        finish(std::make_exception_ptr(JMAPError::malformed(QStringLiteral("event source URL"))));
+        co_return;
+    }
+    QString text = *eventSourceUrl;
+    text.replace(QStringLiteral("{types}"), m_types.join(u','));
+    text.replace(QStringLiteral("{closeafter}"), QStringLiteral("no"));
+    text.replace(QStringLiteral("{ping}"), QStringLiteral("30"));
+    const QUrl url(text);
+    if (!url.isValid() || url.isRelative()) {
+        finish(std::make_exception_ptr(JMAPError::malformed(QStringLiteral("event source URL"))));
+        co_return;
+    }
+    QNetworkRequest request(url);
+    request.setRawHeader("Authorization", "Bearer " + client->m_token.toUtf8());
+    request.setRawHeader("Accept", "text/event-stream");
+    request.setTransferTimeout(idleTimeoutMilliseconds);
+    // A standing connection is no activity: it does not go through the client's send.
+    m_reply = client->m_urlSession->get(request);
+    connect(m_reply, &QNetworkReply::metaDataChanged, this, &JMAPPushStream::onMetaData);
+    connect(m_reply, &QNetworkReply::readyRead, this, &JMAPPushStream::onReadyRead);
+    connect(m_reply, &QNetworkReply::finished, this, &JMAPPushStream::onFinished);
+}
+
+void JMAPPushStream::onMetaData()
+{
+    if (m_connected || m_ended || !m_reply)
+        return;
+    const QVariant status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    if (!status.isValid())
+        return;
+    const int code = status.toInt();
+    if (code == 401 || code == 403) {
+        finish(std::make_exception_ptr(JMAPError::unauthorized()));
+        closeReply();
+        return;
+    }
+    if (code < 200 || code > 299) {
+        // The body of a failed event source is not read.
+        finish(std::make_exception_ptr(JMAPError::http(code, QString())));
+        closeReply();
+        return;
+    }
+    m_connected = true;
+    deliver(JMAPPushEvent::connected);
+}
+
+void JMAPPushStream::onReadyRead()
+{
+    if (!m_connected)
+        onMetaData();
+    if (!m_connected || m_ended || !m_reply)
+        return;
+    m_buffer.append(m_reply->readAll());
+    // Lines end in "\n", "\r\n" or a lone "\r".
+    qsizetype start = 0;
+    for (qsizetype i = 0; i < m_buffer.size(); ++i) {
+        const char c = m_buffer.at(i);
+        if (c != '\n' && c != '\r')
+            continue;
+        if (c == '\r' && i + 1 == m_buffer.size())
+            break; // a "\n" may still follow in the next chunk
+        processLine(m_buffer.mid(start, i - start));
+        if (m_ended)
+            return;
+        if (c == '\r' && m_buffer.at(i + 1) == '\n')
+            ++i;
+        start = i + 1;
+    }
+    m_buffer.remove(0, start);
+}
+
+void JMAPPushStream::onFinished()
+{
+    if (m_ended || !m_reply)
+        return;
+    if (!m_connected)
+        onMetaData();
+    if (m_ended)
+        return;
+    const QNetworkReply::NetworkError error = m_reply->error();
+    if (!m_connected) {
+        if (error == QNetworkReply::NoError)
+            finish(
+                std::make_exception_ptr(JMAPError::malformed(QStringLiteral("non-HTTP response"))));
+        else
+            finish(std::make_exception_ptr(TransportError(error, m_reply->errorString())));
+        closeReply();
+        return;
+    }
+    onReadyRead();
+    if (m_ended)
+        return;
+    if (error != QNetworkReply::NoError) {
+        // Nothing but the idle timeout aborts the reply while the stream runs.
+        if (error == QNetworkReply::OperationCanceledError)
+            finish(std::make_exception_ptr(TransportError(
+                QNetworkReply::TimeoutError, QStringLiteral("The push connection timed out."))));
+        else
+            finish(std::make_exception_ptr(TransportError(error, m_reply->errorString())));
+        closeReply();
+        return;
+    }
+    // A last line without a line break still counts.
+    if (!m_buffer.isEmpty()) {
+        const QByteArray last = m_buffer;
+        m_buffer.clear();
+        processLine(last.endsWith('\r') ? last.chopped(1) : last);
+        if (m_ended)
+            return;
+    }
+    finish(nullptr);
+    closeReply();
+}
+
+void JMAPPushStream::processLine(QByteArray line)
+{
+    if (line.startsWith("event:")) {
+        m_eventName = QString::fromUtf8(line.mid(6)).trimmed();
+    } else if (line.startsWith("data:")) {
+        if (m_eventName == u"state")
+            deliver(JMAPPushEvent::changed);
+    }
+}
+
+void JMAPPushStream::deliver(JMAPPushEvent event)
+{
+    m_pending = event;
+    wake();
+    if (event == JMAPPushEvent::connected)
+        Q_EMIT connected();
+    else
+        Q_EMIT changed();
+}
+
+void JMAPPushStream::finish(std::exception_ptr error, bool announce)
+{
+    if (m_ended)
+        return;
+    m_ended = true;
+    m_error = error;
+    wake();
+    if (announce)
+        Q_EMIT ended(error);
+}
+
+void JMAPPushStream::stop()
+{
+    closeReply();
+    finish(std::make_exception_ptr(CancelledError()), false);
+}
+
+void JMAPPushStream::closeReply()
+{
+    if (!m_reply)
+        return;
+    QNetworkReply* reply = m_reply;
+    m_reply = nullptr;
+    reply->disconnect(this);
+    if (!reply->isFinished())
+        reply->abort();
+    reply->deleteLater();
+}
+
+void JMAPPushStream::wake()
+{
+    if (!m_waiter)
+        return;
+    // The waiter resumes from the event loop, never inside a network callback.
+    QTimer::singleShot(0, this, [this] { resumeWaiter(); });
+}
+
+void JMAPPushStream::resumeWaiter()
+{
+    if (const auto waiter = std::exchange(m_waiter, {}))
+        waiter.resume();
+}
+
+bool JMAPPushStream::NextAwaiter::await_ready() const
+{
+    return m_stream->m_pending.has_value() || m_stream->m_ended;
+}
+
+void JMAPPushStream::NextAwaiter::await_suspend(std::coroutine_handle<> waiter)
+{
+    m_stream->m_waiter = waiter;
+}
+
+std::optional<JMAPPushEvent> JMAPPushStream::NextAwaiter::await_resume()
+{
+    // Undelivered events go out before the end: a burst then a clean close is still seen.
+    if (m_stream->m_pending)
+        return std::exchange(m_stream->m_pending, std::nullopt);
+    if (m_stream->m_error)
+        std::rethrow_exception(m_stream->m_error);
+    return std::nullopt;
+}

@@ -1,0 +1,261 @@
+#include "AsyncTest.h"
+#include "FakeNetwork.h"
+#include "jmap/JMAPClient.h"
+#include "jmap/JMAPPushStream.h"
+
+#include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+
+using namespace AsyncTest;
+
+namespace {
+
+const QString eventPrefix = QStringLiteral("https://jmap.example.test/jmap/event/");
+
+QCoro::Task<std::optional<JMAPPushEvent>> nextOf(JMAPPushStream* stream)
+{
+    const auto event = co_await stream->next();
+    co_return event;
+}
+
+template <typename E> std::optional<E> endError(const QList<QVariant>& arguments)
+{
+    const auto error = arguments.at(0).value<std::exception_ptr>();
+    if (!error)
+        return std::nullopt;
+    try {
+        std::rethrow_exception(error);
+    } catch (const E& typed) {
+        return typed;
+    } catch (...) {
+        return std::nullopt;
+    }
+}
+
+} // namespace
+
+class TestPushStream : public QObject
+{
+    Q_OBJECT
+private slots:
+    void init();
+    void requestFollowsTheTemplate();
+    void templateWithoutPing();
+    void missingEventSourceEndsAtOnce();
+    void refusedConnection_data();
+    void refusedConnection();
+    void burstWhileBusyIsOneChange();
+    void eventAndDataLines_data();
+    void eventAndDataLines();
+    void cleanCloseIsANormalEnd();
+    void failures_data();
+    void failures();
+    void stopAndDestroyCloseTheConnection();
+
+private:
+    FakeStreamReply* openStream(const QStringList& types = {"Email", "Mailbox"});
+
+    std::unique_ptr<FakeNetwork> network;
+    std::unique_ptr<JMAPClient> client;
+    std::unique_ptr<JMAPPushStream> stream;
+    int activities = 0;
+};
+
+void TestPushStream::init()
+{
+    stream.reset();
+    network = std::make_unique<FakeNetwork>();
+    network->setStreamPrefix(eventPrefix);
+    activities = 0;
+    client = std::make_unique<JMAPClient>(FakeNetwork::sessionUrl(), "secret", network.get(),
+                                          [this](JMAPActivity, bool) { ++activities; });
+}
+
+FakeStreamReply* TestPushStream::openStream(const QStringList& types)
+{
+    stream = client->pushEvents(types);
+    if (!QTest::qWaitFor([this] { return !network->streams().isEmpty(); }))
+        return nullptr;
+    return network->streams().first();
+}
+
+void TestPushStream::requestFollowsTheTemplate()
+{
+    FakeStreamReply* reply = openStream();
+    QVERIFY(reply);
+    const RecordedRequest& request = network->requests().last();
+    QCOMPARE(
+        request.url.toString(),
+        QString("https://jmap.example.test/jmap/event/?types=Email,Mailbox&closeafter=no&ping=30"));
+    QCOMPARE(request.verb, QByteArray("GET"));
+    QCOMPARE(request.headers.value("Authorization"), QByteArray("Bearer secret"));
+    QCOMPARE(request.headers.value("Accept"), QByteArray("text/event-stream"));
+    QCOMPARE(request.transferTimeout, 90000);
+    QCOMPARE(await(nextOf(stream.get())), std::optional(JMAPPushEvent::connected));
+    // Only the session fetch counts as activity; a standing connection does not.
+    QCOMPARE(activities, 2);
+}
+
+void TestPushStream::templateWithoutPing()
+{
+    QJsonObject session = FakeNetwork::defaultSession();
+    session["eventSourceUrl"] = eventPrefix + "?types={types}";
+    network->setSession(session);
+    QVERIFY(openStream({"Email"}));
+    QCOMPARE(network->requests().last().url.toString(), eventPrefix + "?types=Email");
+}
+
+void TestPushStream::missingEventSourceEndsAtOnce()
+{
+    QJsonObject session = FakeNetwork::defaultSession();
+    session.remove("eventSourceUrl");
+    network->setSession(session);
+    stream = client->pushEvents({"Email"});
+    QSignalSpy connectedSpy(stream.get(), &JMAPPushStream::connected);
+    QSignalSpy endedSpy(stream.get(), &JMAPPushStream::ended);
+    QCOMPARE(*awaitError<JMAPError>(nextOf(stream.get())),
+             JMAPError::malformed("event source URL"));
+    QCOMPARE(endedSpy.count(), 1);
+    QCOMPARE(*endError<JMAPError>(endedSpy.first()), JMAPError::malformed("event source URL"));
+    QCOMPARE(connectedSpy.count(), 0);
+    QCOMPARE(network->requests().size(), 1); // the session only
+}
+
+void TestPushStream::refusedConnection_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<JMAPError>("expected");
+    QTest::newRow("401") << 401 << JMAPError::unauthorized();
+    QTest::newRow("403") << 403 << JMAPError::unauthorized();
+    QTest::newRow("500 without its body") << 500 << JMAPError::http(500, "");
+}
+
+void TestPushStream::refusedConnection()
+{
+    QFETCH(int, status);
+    network->setStreamPrefix(eventPrefix, status);
+    QVERIFY(openStream());
+    QSignalSpy connectedSpy(stream.get(), &JMAPPushStream::connected);
+    QTEST(*awaitError<JMAPError>(nextOf(stream.get())), "expected");
+    QCOMPARE(connectedSpy.count(), 0);
+}
+
+void TestPushStream::burstWhileBusyIsOneChange()
+{
+    FakeStreamReply* reply = openStream();
+    QVERIFY(reply);
+    QCOMPARE(await(nextOf(stream.get())), std::optional(JMAPPushEvent::connected));
+    // The consumer is busy while three state events arrive.
+    for (int i = 0; i < 3; ++i)
+        reply->push("event: state\ndata: {\"changed\":{}}\n\n");
+    QCOMPARE(await(nextOf(stream.get())), std::optional(JMAPPushEvent::changed));
+    // A consumer that waits first is woken by the next event.
+    QTimer::singleShot(10, reply, [reply] { reply->push("event: state\ndata: {}\n"); });
+    QCOMPARE(await(nextOf(stream.get())), std::optional(JMAPPushEvent::changed));
+    // Nothing of the burst is left over: the next thing seen is the end.
+    QTimer::singleShot(10, reply, [reply] { reply->finishStream(); });
+    QCOMPARE(await(nextOf(stream.get())), std::optional<JMAPPushEvent>());
+}
+
+void TestPushStream::eventAndDataLines_data()
+{
+    QTest::addColumn<QList<QByteArray>>("chunks");
+    QTest::addColumn<int>("changes");
+    QTest::newRow("two data lines under one event")
+        << QList<QByteArray>{"event: state\ndata: a\ndata: b\n"} << 2;
+    QTest::newRow("data before any event") << QList<QByteArray>{"data: a\n\n"} << 0;
+    QTest::newRow("pings pass unnoticed")
+        << QList<QByteArray>{"event: ping\ndata: {\"interval\":30}\n\n"} << 0;
+    QTest::newRow("the name outlives a blank line")
+        << QList<QByteArray>{"event:state\n\ndata: a\n\n"} << 1;
+    QTest::newRow("name is trimmed, exact") << QList<QByteArray>{"event:  state \t\ndata: a\n"
+                                                                 "event: State\ndata: b\n"}
+                                            << 1;
+    QTest::newRow("lines split across chunks and CRLF")
+        << QList<QByteArray>{"event: st", "ate\r", "\ndat", "a: x\r\n"} << 1;
+    QTest::newRow("comments and other fields are ignored")
+        << QList<QByteArray>{": hello\nid: 7\nretry: 10\n"} << 0;
+}
+
+void TestPushStream::eventAndDataLines()
+{
+    QFETCH(QList<QByteArray>, chunks);
+    FakeStreamReply* reply = openStream();
+    QVERIFY(reply);
+    QSignalSpy changedSpy(stream.get(), &JMAPPushStream::changed);
+    QSignalSpy endedSpy(stream.get(), &JMAPPushStream::ended);
+    QCOMPARE(await(nextOf(stream.get())), std::optional(JMAPPushEvent::connected));
+    for (const QByteArray& chunk : chunks)
+        reply->push(chunk);
+    reply->finishStream();
+    QTRY_COMPARE(endedSpy.count(), 1);
+    QTEST(int(changedSpy.count()), "changes");
+}
+
+void TestPushStream::cleanCloseIsANormalEnd()
+{
+    FakeStreamReply* reply = openStream();
+    QVERIFY(reply);
+    QSignalSpy endedSpy(stream.get(), &JMAPPushStream::ended);
+    QCOMPARE(await(nextOf(stream.get())), std::optional(JMAPPushEvent::connected));
+    // A last line without its line break still counts.
+    reply->push("event: state\ndata: x");
+    reply->finishStream();
+    QCOMPARE(await(nextOf(stream.get())), std::optional(JMAPPushEvent::changed));
+    QCOMPARE(await(nextOf(stream.get())), std::optional<JMAPPushEvent>());
+    QCOMPARE(endedSpy.count(), 1);
+    QVERIFY(!endedSpy.first().at(0).value<std::exception_ptr>());
+    QVERIFY(stream->isEnded());
+}
+
+void TestPushStream::failures_data()
+{
+    QTest::addColumn<int>("code");
+    QTest::addColumn<int>("expected");
+    QTest::newRow("connection lost")
+        << int(QNetworkReply::RemoteHostClosedError) << int(QNetworkReply::RemoteHostClosedError);
+    QTest::newRow("idle timeout aborts")
+        << int(QNetworkReply::OperationCanceledError) << int(QNetworkReply::TimeoutError);
+}
+
+void TestPushStream::failures()
+{
+    QFETCH(int, code);
+    FakeStreamReply* reply = openStream();
+    QVERIFY(reply);
+    QCOMPARE(await(nextOf(stream.get())), std::optional(JMAPPushEvent::connected));
+    reply->failStream(QNetworkReply::NetworkError(code), "gone");
+    const auto error = awaitError<TransportError>(nextOf(stream.get()));
+    QVERIFY(error);
+    QTEST(int(error->code()), "expected");
+    QVERIFY(!error->isCancellation());
+}
+
+void TestPushStream::stopAndDestroyCloseTheConnection()
+{
+    QPointer<FakeStreamReply> reply = openStream();
+    QVERIFY(reply);
+    QCOMPARE(await(nextOf(stream.get())), std::optional(JMAPPushEvent::connected));
+    QSignalSpy endedSpy(stream.get(), &JMAPPushStream::ended);
+    QSignalSpy abortSpy(reply.data(), &QNetworkReply::errorOccurred);
+    QTimer::singleShot(10, stream.get(), [this] { stream->stop(); });
+    QVERIFY(awaitError<CancelledError>(nextOf(stream.get())));
+    QCOMPARE(abortSpy.count(), 1);
+    QCOMPARE(abortSpy.first().at(0).value<QNetworkReply::NetworkError>(),
+             QNetworkReply::OperationCanceledError);
+    QCOMPARE(endedSpy.count(), 0);
+    QTRY_VERIFY(!reply); // and the reply is released
+
+    // Dropping a connected stream aborts its connection too.
+    stream = client->pushEvents({"Email"});
+    QTRY_COMPARE(network->streams().size(), 2);
+    QPointer<FakeStreamReply> second = network->streams().last();
+    QCOMPARE(await(nextOf(stream.get())), std::optional(JMAPPushEvent::connected));
+    QSignalSpy secondAbortSpy(second.data(), &QNetworkReply::errorOccurred);
+    stream.reset();
+    QCOMPARE(secondAbortSpy.count(), 1);
+}
+
+QTEST_GUILESS_MAIN(TestPushStream)
+#include "tst_pushstream.moc"
