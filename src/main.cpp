@@ -1,7 +1,33 @@
+#include "app/AppState.h"
+#include "ui/MainWindow.h"
+#include "ui/SingleInstance.h"
+
 #include <QApplication>
+#include <QNetworkAccessManager>
 
 int main(int argc, char** argv)
 {
     QApplication application(argc, argv);
-    return 0;
+    QApplication::setApplicationName(QStringLiteral("Veldrin"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Veldrin"));
+    QApplication::setOrganizationDomain(QStringLiteral("tolvik.com"));
+    QApplication::setDesktopFileName(QStringLiteral("veldrin"));
+
+    // One instance per user: a second launch hands its arguments over and ends.
+    SingleInstance instance(QStringLiteral("veldrin"));
+    if (!instance.claim()) {
+        instance.handOver(QApplication::arguments().mid(1));
+        return 0;
+    }
+
+    QNetworkAccessManager network;
+    AppState state(AppEnvironment::standard(&network));
+    MainWindow window(&state);
+    QObject::connect(&instance, &SingleInstance::received, &window, [&window](const QStringList&) {
+        window.showNormal();
+        window.raise();
+        window.activateWindow();
+    });
+    window.show();
+    return QApplication::exec();
 }

@@ -1,0 +1,178 @@
+#include "AppState.h"
+
+#include "config/Keychain.h"
+
+#include <QDir>
+
+AppEnvironment AppEnvironment::standard(QNetworkAccessManager* network)
+{
+    AppEnvironment environment;
+    environment.network = network;
+    environment.readToken = [] { return Keychain::readToken(); };
+    environment.saveToken = [](const QString& token) { return Keychain::saveToken(token); };
+    return environment;
+}
+
+AppState::AppState(AppEnvironment environment, QObject* parent)
+    : QObject(parent), m_environment(std::move(environment))
+{
+    try {
+        m_config = m_environment.configStore.load();
+    } catch (const std::exception&) {
+        m_config = AppConfig();
+        m_errorMessage = QStringLiteral("Could not read %1: %2. Using defaults.")
+                             .arg(QDir::toNativeSeparators(m_environment.configStore.path()),
+                                  Errors::describe(std::current_exception()));
+    }
+}
+
+AppState::~AppState() = default;
+
+void AppState::setConfig(const AppConfig& config)
+{
+    if (m_config == config)
+        return;
+    m_config = config;
+    Q_EMIT configChanged();
+}
+
+void AppState::saveConfig()
+{
+    try {
+        m_environment.configStore.save(m_config);
+    } catch (const std::exception&) {
+        setErrorMessage(QStringLiteral("Could not save config: %1")
+                            .arg(Errors::describe(std::current_exception())));
+    }
+}
+
+void AppState::setErrorMessage(const std::optional<QString>& message)
+{
+    if (m_errorMessage == message)
+        return;
+    m_errorMessage = message;
+    Q_EMIT errorMessageChanged();
+}
+
+void AppState::setHasToken(bool value)
+{
+    if (m_hasToken == value)
+        return;
+    m_hasToken = value;
+    Q_EMIT hasTokenChanged();
+}
+
+void AppState::setIsConnected(bool value)
+{
+    if (m_isConnected == value)
+        return;
+    m_isConnected = value;
+    Q_EMIT isConnectedChanged();
+}
+
+void AppState::setAccountName(const std::optional<QString>& name)
+{
+    if (m_accountName == name)
+        return;
+    m_accountName = name;
+    Q_EMIT accountNameChanged();
+}
+
+void AppState::setMailboxes(const QList<Mailbox>& mailboxes)
+{
+    if (m_mailboxes == mailboxes)
+        return;
+    m_mailboxes = mailboxes;
+    Q_EMIT mailboxesChanged();
+}
+
+void AppState::setSelectedMailboxId(const std::optional<QString>& id)
+{
+    if (m_selectedMailboxId == id)
+        return;
+    m_selectedMailboxId = id;
+    Q_EMIT selectedMailboxIdChanged();
+}
+
+void AppState::setIdentities(const QList<Identity>& identities)
+{
+    if (m_identities == identities)
+        return;
+    m_identities = identities;
+    Q_EMIT identitiesChanged();
+}
+
+void AppState::setAccess(bool maskedEmail, bool contacts)
+{
+    if (m_hasMaskedEmail == maskedEmail && m_hasContacts == contacts)
+        return;
+    m_hasMaskedEmail = maskedEmail;
+    m_hasContacts = contacts;
+    Q_EMIT accessChanged();
+}
+
+void AppState::setService(std::shared_ptr<MailService> service)
+{
+    if (m_service == service)
+        return;
+    m_service = std::move(service);
+    Q_EMIT serviceChanged();
+}
+
+std::optional<Mailbox> AppState::mailbox(const std::optional<QString>& id) const
+{
+    if (!id)
+        return std::nullopt;
+    for (const Mailbox& candidate : m_mailboxes)
+        if (candidate.id == *id)
+            return candidate;
+    return std::nullopt;
+}
+
+std::optional<Mailbox> AppState::mailboxWithRole(const QString& role) const
+{
+    for (const Mailbox& candidate : m_mailboxes)
+        if (candidate.role == role)
+            return candidate;
+    return std::nullopt;
+}
+
+void AppState::countActivity(JMAPActivity activity, bool started)
+{
+    int& counter = activity == JMAPActivity::fetching ? m_activeFetches : m_activePushes;
+    counter = std::max(0, counter + (started ? 1 : -1));
+    Q_EMIT activityChanged();
+}
+
+void AppState::report(std::exception_ptr error)
+{
+    if (!error || Errors::isCancellation(error))
+        return;
+    setErrorMessage(Errors::describe(error));
+}
+
+void AppState::report(const Error& error)
+{
+    if (dynamic_cast<const CancelledError*>(&error))
+        return;
+    if (const auto* transport = dynamic_cast<const TransportError*>(&error);
+        transport && transport->isCancellation())
+        return;
+    setErrorMessage(error.description());
+}
+
+void AppState::start(std::function<void(QUuid)> openCompose)
+{
+    m_openComposeWindow = std::move(openCompose);
+    if (m_started)
+        return;
+    m_started = true;
+    if (m_environment.installKeyMonitor)
+        m_environment.installKeyMonitor();
+    runConnect(this);
+}
+
+QCoro::Task<> AppState::runConnect(QPointer<AppState> self)
+{
+    co_await self->connect();
+}

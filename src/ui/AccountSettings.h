@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QWidget>
+
+class AppState;
+class QLabel;
+class QLineEdit;
+class QProgressBar;
+class QPushButton;
+
+// The Account tab: the API token, the session URL and the state of the connection.
+class AccountSettings : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit AccountSettings(AppState* state, QWidget* parent = nullptr);
+
+    bool isConnecting() const { return m_connecting > 0; }
+    QPushButton* saveButton() const { return m_save; }
+
+    // The two buttons of the tab.
+    void saveAndConnect();
+    void removeToken();
+
+Q_SIGNALS:
+    void connectFinished();
+
+private:
+    void refresh();
+    void runConnect();
+
+    AppState* m_state;
+    QLineEdit* m_token;
+    QLineEdit* m_sessionUrl;
+    QProgressBar* m_progress;
+    QLabel* m_statusIcon;
+    QLabel* m_status;
+    QPushButton* m_remove;
+    QPushButton* m_save;
+    int m_connecting = 0;
+};

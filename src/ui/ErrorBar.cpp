@@ -1,0 +1,51 @@
+#include "ErrorBar.h"
+
+#include "Icons.h"
+#include "app/AppState.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+
+ErrorBar::ErrorBar(AppState* state, QWidget* parent) : QWidget(parent), m_state(state)
+{
+    setObjectName(QStringLiteral("errorBar"));
+    setAttribute(Qt::WA_StyledBackground, true);
+    setStyleSheet(QStringLiteral("#errorBar { background: palette(alternate-base); "
+                                 "border-bottom: 1px solid palette(mid); }"));
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(12, 6, 8, 6);
+    auto* icon = new QLabel(this);
+    icon->setPixmap(Icons::icon(QStringLiteral("exclamationmark.triangle.fill")).pixmap(16, 16));
+    m_message = new QLabel(this);
+    m_message->setObjectName(QStringLiteral("errorMessage"));
+    m_message->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    m_message->setWordWrap(true);
+    m_message->setTextFormat(Qt::PlainText);
+    auto* dismissButton = new QPushButton(tr("Dismiss"), this);
+    dismissButton->setObjectName(QStringLiteral("dismissButton"));
+    dismissButton->setFlat(true);
+    layout->addWidget(icon);
+    layout->addWidget(m_message, 1);
+    layout->addWidget(dismissButton);
+    QObject::connect(dismissButton, &QPushButton::clicked, this, &ErrorBar::dismiss);
+    QObject::connect(state, &AppState::errorMessageChanged, this, &ErrorBar::refresh);
+    refresh();
+}
+
+QString ErrorBar::message() const
+{
+    return m_message->text();
+}
+
+void ErrorBar::dismiss()
+{
+    m_state->setErrorMessage(std::nullopt);
+}
+
+void ErrorBar::refresh()
+{
+    const auto& message = m_state->errorMessage();
+    m_message->setText(message.value_or(QString()));
+    setVisible(message.has_value());
+}

@@ -1,0 +1,135 @@
+#include "SidebarView.h"
+
+#include "Icons.h"
+#include "MailboxDelegate.h"
+#include "MailboxListModel.h"
+#include "app/AppState.h"
+
+#include <QLabel>
+#include <QListView>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+SidebarView::SidebarView(AppState* state, QWidget* parent)
+    : QWidget(parent), m_state(state), m_model(new MailboxListModel(state, this))
+{
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+
+    m_stack = new QStackedWidget(this);
+    layout->addWidget(m_stack, 1);
+
+    // The prompt for a first start, or after the token was removed.
+    auto* empty = new QWidget(m_stack);
+    empty->setObjectName(QStringLiteral("noTokenState"));
+    auto* emptyLayout = new QVBoxLayout(empty);
+    emptyLayout->addStretch(1);
+    auto* title = new QLabel(tr("No API token"), empty);
+    title->setObjectName(QStringLiteral("emptyTitle"));
+    QFont titleFont = title->font();
+    titleFont.setBold(true);
+    titleFont.setPointSizeF(titleFont.pointSizeF() * 1.2);
+    title->setFont(titleFont);
+    title->setAlignment(Qt::AlignCenter);
+    auto* text = new QLabel(tr("Add your Fastmail API token to get started."), empty);
+    text->setWordWrap(true);
+    text->setAlignment(Qt::AlignCenter);
+    text->setForegroundRole(QPalette::PlaceholderText);
+    auto* open = new QPushButton(tr("Open Settings"), empty);
+    open->setObjectName(QStringLiteral("openSettingsButton"));
+    open->setFlat(true);
+    open->setCursor(Qt::PointingHandCursor);
+    open->setStyleSheet(QStringLiteral("color: palette(link);"));
+    emptyLayout->addWidget(title);
+    emptyLayout->addWidget(text);
+    emptyLayout->addWidget(open, 0, Qt::AlignHCenter);
+    emptyLayout->addStretch(2);
+    m_stack->addWidget(empty);
+    QObject::connect(open, &QPushButton::clicked, this, &SidebarView::openSettingsRequested);
+
+    m_list = new QListView(m_stack);
+    m_list->setObjectName(QStringLiteral("mailboxList"));
+    m_list->setModel(m_model);
+    m_list->setItemDelegate(new MailboxDelegate(m_list));
+    m_list->setFrameShape(QFrame::NoFrame);
+    m_list->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_list->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_list->setUniformItemSizes(true);
+    m_list->setIconSize(QSize(16, 16));
+    m_list->setAttribute(Qt::WA_MacShowFocusRect, false);
+    m_stack->addWidget(m_list);
+
+    QObject::connect(m_list->selectionModel(), &QItemSelectionModel::currentChanged, this,
+                     [this](const QModelIndex& current) {
+                         if (current.isValid())
+                             m_state->setSelectedMailboxId(
+                                 current.data(MailboxListModel::IdRole).toString());
+                     });
+
+    // The footer: what is in flight, and the button for a new message.
+    auto* footer = new QWidget(this);
+    auto* footerLayout = new QHBoxLayout(footer);
+    footerLayout->setContentsMargins(8, 4, 4, 4);
+    auto* statusColumn = new QVBoxLayout();
+    statusColumn->setSpacing(2);
+    m_status = new QLabel(footer);
+    m_status->setObjectName(QStringLiteral("syncStatus"));
+    m_status->setForegroundRole(QPalette::PlaceholderText);
+    m_activity = new QProgressBar(footer);
+    m_activity->setRange(0, 0);
+    m_activity->setTextVisible(false);
+    m_activity->setMaximumHeight(3);
+    statusColumn->addWidget(m_status);
+    statusColumn->addWidget(m_activity);
+    footerLayout->addLayout(statusColumn, 1);
+    m_composeButton = new QToolButton(footer);
+    m_composeButton->setIcon(Icons::icon(QStringLiteral("square.and.pencil")));
+    m_composeButton->setAutoRaise(true);
+    m_composeButton->setToolTip(tr("New Message"));
+    footerLayout->addWidget(m_composeButton);
+    layout->addWidget(footer);
+
+    QObject::connect(state, &AppState::hasTokenChanged, this, &SidebarView::showState);
+    QObject::connect(state, &AppState::selectedMailboxIdChanged, this, &SidebarView::selectCurrent);
+    QObject::connect(m_model, &QAbstractItemModel::rowsInserted, this, &SidebarView::selectCurrent);
+    QObject::connect(state, &AppState::activityChanged, this, &SidebarView::updateFooter);
+    showState();
+    selectCurrent();
+    updateFooter();
+}
+
+void SidebarView::showState()
+{
+    m_stack->setCurrentIndex(m_state->hasToken() ? 1 : 0);
+    // Composing arrives with the compose window; until then the button stays off.
+    m_composeButton->setEnabled(false);
+}
+
+void SidebarView::selectCurrent()
+{
+    const auto& id = m_state->selectedMailboxId();
+    const int row = id ? m_model->rowOf(*id) : -1;
+    const QModelIndex wanted = row >= 0 ? m_model->index(row) : QModelIndex();
+    if (m_list->currentIndex() != wanted) {
+        if (wanted.isValid())
+            m_list->setCurrentIndex(wanted);
+        else
+            m_list->clearSelection();
+    }
+}
+
+void SidebarView::updateFooter()
+{
+    QString status;
+    if (m_state->activePushes() > 0)
+        status = tr("Sending changes…");
+    else if (m_state->activeFetches() > 0)
+        status = tr("Fetching mail…");
+    m_status->setText(status);
+    m_status->setVisible(!status.isEmpty());
+    m_activity->setVisible(!status.isEmpty());
+}

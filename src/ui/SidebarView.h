@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QWidget>
+
+class AppState;
+class MailboxListModel;
+class QLabel;
+class QListView;
+class QProgressBar;
+class QStackedWidget;
+class QToolButton;
+
+// The mailboxes column: the account's mailboxes, or the prompt to add a token, with the
+// sync footer below.
+class SidebarView : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit SidebarView(AppState* state, QWidget* parent = nullptr);
+    QListView* list() const { return m_list; }
+    MailboxListModel* model() const { return m_model; }
+
+Q_SIGNALS:
+    void openSettingsRequested();
+
+private:
+    void showState();
+    void selectCurrent();
+    void updateFooter();
+
+    AppState* m_state;
+    MailboxListModel* m_model;
+    QStackedWidget* m_stack;
+    QListView* m_list;
+    QLabel* m_status;
+    QProgressBar* m_activity;
+    QToolButton* m_composeButton;
+};

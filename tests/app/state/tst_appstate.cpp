@@ -1,0 +1,288 @@
+#include "AsyncTest.h"
+#include "FakeNetwork.h"
+#include "app/AppState.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace AsyncTest;
+
+namespace {
+
+const char* mailboxList = R"({"list":[
+    {"id":"arch","name":"Archive","role":"archive","sortOrder":3,"totalEmails":0,"unreadEmails":0,"totalThreads":0,"unreadThreads":0},
+    {"id":"in","name":"Inbox","role":"inbox","sortOrder":1,"totalEmails":5,"unreadEmails":2,"totalThreads":4,"unreadThreads":2},
+    {"id":"sent","name":"Sent","role":"sent","sortOrder":2,"totalEmails":1,"unreadEmails":0,"totalThreads":1,"unreadThreads":0}]})";
+
+} // namespace
+
+class TestAppState : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void badConfigFileFallsBackToDefaults();
+    void connectWithoutTokenIsNotAnError_data();
+    void connectWithoutTokenIsNotAnError();
+    void sessionUrlMustBeHttps_data();
+    void sessionUrlMustBeHttps();
+    void connectLoadsTheAccount();
+    void optionalLookupsFailSilently();
+    void failuresStopAndShowTheirText();
+    void selectionSurvivesReconnect();
+    void selectionFallsBackToFirstOrNothing();
+    void reportIsSilentForCancellation();
+    void saveConfigFailureKeepsSettings();
+    void startRunsOnce();
+
+private:
+    std::unique_ptr<AppState> makeState();
+    QTemporaryDir home;
+    std::unique_ptr<FakeNetwork> network;
+    std::optional<QString> token;
+    QString configPath;
+};
+
+void TestAppState::init()
+{
+    network = std::make_unique<FakeNetwork>();
+    network->respondTo("Mailbox/get", QJsonDocument::fromJson(mailboxList).object());
+    network->respondTo(
+        "Identity/get",
+        QJsonObject{{"list", QJsonArray{QJsonObject{
+                                 {"id", "i1"}, {"name", "Ann"}, {"email", "ann@example.com"}}}}});
+    token = QStringLiteral("fmu1-secret");
+    configPath = home.filePath(
+        QStringLiteral("config-%1/veldrin/config.json").arg(QTest::currentTestFunction()));
+}
+
+std::unique_ptr<AppState> TestAppState::makeState()
+{
+    AppEnvironment environment;
+    environment.network = network.get();
+    environment.configStore = ConfigStore(configPath);
+    environment.readToken = [this] { return token; };
+    environment.saveToken = [this](const QString& value) {
+        token = value.isEmpty() ? std::nullopt : std::optional<QString>(value);
+        return true;
+    };
+    auto state = std::make_unique<AppState>(environment);
+    AppConfig config = state->config();
+    config.sessionUrl = FakeNetwork::sessionUrl().toString();
+    state->setConfig(config);
+    return state;
+}
+
+void TestAppState::badConfigFileFallsBackToDefaults()
+{
+    QDir().mkpath(QFileInfo(configPath).path());
+    QFile file(configPath);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(R"({"pageSize": "50", "groupByDate": true})");
+    file.close();
+    auto state = makeState();
+    QVERIFY(state->errorMessage());
+    QVERIFY(state->errorMessage()->startsWith("Could not read " + configPath + ": "));
+    QVERIFY(state->errorMessage()->endsWith(". Using defaults."));
+    QCOMPARE(state->config().groupByDate, false);
+    // The bad file is left alone until a setting changes.
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), QByteArray(R"({"pageSize": "50", "groupByDate": true})"));
+
+    // A successful connection clears the message.
+    await(state->connect());
+    QVERIFY(state->isConnected());
+    QVERIFY(!state->errorMessage());
+}
+
+void TestAppState::connectWithoutTokenIsNotAnError_data()
+{
+    QTest::addColumn<std::optional<QString>>("stored");
+    QTest::newRow("absent") << std::optional<QString>();
+    QTest::newRow("empty") << std::optional<QString>(QString());
+}
+
+void TestAppState::connectWithoutTokenIsNotAnError()
+{
+    QFETCH(std::optional<QString>, stored);
+    token = stored;
+    auto state = makeState();
+    await(state->connect());
+    QVERIFY(!state->hasToken());
+    QVERIFY(!state->isConnected());
+    QVERIFY(!state->errorMessage());
+    QVERIFY(network->requests().isEmpty());
+}
+
+void TestAppState::sessionUrlMustBeHttps_data()
+{
+    QTest::addColumn<QString>("url");
+    QTest::newRow("plain http") << "http://jmap.example.test/jmap/session";
+    QTest::newRow("capital HTTPS") << "HTTPS://jmap.example.test/jmap/session";
+    QTest::newRow("no scheme") << "jmap.example.test/jmap/session";
+    QTest::newRow("not a url") << "https://exa mple.test:notaport/";
+}
+
+void TestAppState::sessionUrlMustBeHttps()
+{
+    QFETCH(QString, url);
+    auto state = makeState();
+    AppConfig config = state->config();
+    config.sessionUrl = url;
+    state->setConfig(config);
+    await(state->connect());
+    QVERIFY(state->hasToken());
+    QCOMPARE(state->errorMessage(),
+             std::optional<QString>("The JMAP session URL must be an https URL."));
+    QVERIFY(!state->service());
+    QVERIFY(network->requests().isEmpty());
+}
+
+void TestAppState::connectLoadsTheAccount()
+{
+    auto state = makeState();
+    QSignalSpy connected(state.get(), &AppState::isConnectedChanged);
+    await(state->connect());
+    QVERIFY(state->isConnected());
+    QCOMPARE(connected.count(), 1);
+    QCOMPARE(state->accountName(), std::optional<QString>("user@example.com"));
+    QCOMPARE(state->mailboxes().size(), 3);
+    QCOMPARE(state->mailboxes().first().id, QString("arch")); // the server's order
+    QCOMPARE(state->selectedMailboxId(), std::optional<QString>("in"));
+    QCOMPARE(state->identities().size(), 1);
+    QCOMPARE(state->maxDelayedSend(), qint64(3600));
+    QVERIFY(state->hasMaskedEmail());
+    QVERIFY(state->hasContacts());
+    QVERIFY(state->service());
+    // Every request carried the token; the activity counters came back to rest.
+    for (const RecordedRequest& request : network->requests())
+        QCOMPARE(request.headers.value("Authorization"), QByteArray("Bearer fmu1-secret"));
+    QTRY_COMPARE(state->activeFetches(), 0);
+    QCOMPARE(state->activePushes(), 0);
+    QCOMPARE(state->mailboxWithRole("sent")->name, QString("Sent"));
+    QVERIFY(!state->mailbox(std::nullopt));
+}
+
+void TestAppState::optionalLookupsFailSilently()
+{
+    QJsonObject session = FakeNetwork::defaultSession();
+    session["primaryAccounts"] = QJsonObject{{"urn:ietf:params:jmap:mail", "u1"}};
+    session.remove("accounts");
+    network->setSession(session);
+    network->respondWithError("Identity/get", "forbidden");
+    auto state = makeState();
+    await(state->connect());
+    QVERIFY(state->isConnected());
+    QVERIFY(!state->errorMessage());
+    QVERIFY(state->identities().isEmpty());
+    QCOMPARE(state->maxDelayedSend(), qint64(0));
+    QVERIFY(!state->hasMaskedEmail());
+    QVERIFY(!state->hasContacts());
+}
+
+void TestAppState::failuresStopAndShowTheirText()
+{
+    network->setResponse(FakeNetwork::sessionUrl(), {401, "no"});
+    auto state = makeState();
+    await(state->connect());
+    QCOMPARE(state->errorMessage(),
+             std::optional<QString>("Fastmail rejected the API token. Check it in Settings."));
+    QVERIFY(!state->isConnected());
+    QVERIFY(!state->service());
+
+    FakeNetwork broken;
+    broken.respondTo("Mailbox/get", QJsonObject{{"list", QJsonArray{QJsonObject{{"id", "x"}}}}});
+    network = std::make_unique<FakeNetwork>();
+    network->respondTo("Mailbox/get", QJsonObject{{"list", QJsonArray{QJsonObject{{"id", "x"}}}}});
+    auto second = makeState();
+    await(second->connect());
+    QVERIFY(
+        second->errorMessage()->startsWith("Unexpected response from Fastmail: Array<Mailbox>: "));
+    QCOMPARE(second->accountName(), std::optional<QString>("user@example.com"));
+    QVERIFY(!second->service());
+}
+
+void TestAppState::selectionSurvivesReconnect()
+{
+    auto state = makeState();
+    await(state->connect());
+    state->setSelectedMailboxId(QStringLiteral("sent"));
+    await(state->connect());
+    QCOMPARE(state->selectedMailboxId(), std::optional<QString>("sent"));
+    // Removing the token tears the session down but keeps the lists on show.
+    token.reset();
+    await(state->connect());
+    QVERIFY(!state->hasToken());
+    QVERIFY(!state->isConnected());
+    QVERIFY(!state->service());
+    QCOMPARE(state->mailboxes().size(), 3);
+}
+
+void TestAppState::selectionFallsBackToFirstOrNothing()
+{
+    network->respondTo("Mailbox/get", QJsonDocument::fromJson(R"({"list":[
+        {"id":"a","name":"A","sortOrder":1,"totalEmails":0,"unreadEmails":0,"totalThreads":0,"unreadThreads":0},
+        {"id":"b","name":"B","sortOrder":2,"totalEmails":0,"unreadEmails":0,"totalThreads":0,"unreadThreads":0}]})")
+                                          .object());
+    auto state = makeState();
+    await(state->connect());
+    QCOMPARE(state->selectedMailboxId(), std::optional<QString>("a"));
+
+    network->respondTo("Mailbox/get", QJsonObject{{"list", QJsonArray()}});
+    await(state->connect());
+    QCOMPARE(state->selectedMailboxId(), std::optional<QString>());
+}
+
+void TestAppState::reportIsSilentForCancellation()
+{
+    auto state = makeState();
+    state->report(std::make_exception_ptr(CancelledError()));
+    state->report(std::make_exception_ptr(
+        TransportError(QNetworkReply::OperationCanceledError, "Operation canceled")));
+    QVERIFY(!state->errorMessage());
+    state->report(std::make_exception_ptr(
+        TransportError(QNetworkReply::HostNotFoundError, "Host jmap.example.test not found")));
+    QCOMPARE(state->errorMessage(), std::optional<QString>("Host jmap.example.test not found"));
+}
+
+void TestAppState::saveConfigFailureKeepsSettings()
+{
+    // A file where the settings folder should be makes the save fail.
+    QDir().mkpath(home.filePath("blocked"));
+    QFile blocker(home.filePath("blocked/veldrin"));
+    QVERIFY(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    configPath = home.filePath("blocked/veldrin/config.json");
+    auto state = makeState();
+    QVERIFY(state->errorMessage()); // the first save at load failed too
+    AppConfig config = state->config();
+    config.pageSize = 120;
+    state->setConfig(config);
+    state->saveConfig();
+    QVERIFY(state->errorMessage()->startsWith("Could not save config: "));
+    QCOMPARE(state->config().pageSize, 120);
+}
+
+void TestAppState::startRunsOnce()
+{
+    int monitors = 0;
+    AppEnvironment environment;
+    environment.network = network.get();
+    environment.configStore = ConfigStore(configPath);
+    environment.readToken = [] { return std::optional<QString>(); };
+    environment.saveToken = [](const QString&) { return true; };
+    environment.installKeyMonitor = [&monitors] { ++monitors; };
+    AppState state(environment);
+    int firstCalls = 0;
+    int secondCalls = 0;
+    state.start([&firstCalls](QUuid) { ++firstCalls; });
+    state.start([&secondCalls](QUuid) { ++secondCalls; });
+    QCOMPARE(monitors, 1);
+    QTRY_VERIFY(state.hasStarted());
+}
+
+QTEST_GUILESS_MAIN(TestAppState)
+#include "tst_appstate.moc"

@@ -1,0 +1,271 @@
+#include "FakeNetwork.h"
+#include "app/AppState.h"
+#include "ui/AccountSettings.h"
+#include "ui/ErrorBar.h"
+#include "ui/MailboxListModel.h"
+#include "ui/MainWindow.h"
+#include "ui/SettingsWindow.h"
+#include "ui/SidebarView.h"
+
+#include <QAbstractItemModelTester>
+#include <QDir>
+#include <QJsonDocument>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QTabWidget>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+// Screenshots go where VELDRIN_SCREENSHOTS points, for a person to look at.
+void screenshot(QWidget* widget, const QString& name)
+{
+    const QString directory = qEnvironmentVariable("VELDRIN_SCREENSHOTS");
+    if (directory.isEmpty())
+        return;
+    QDir().mkpath(directory);
+    widget->grab().save(QDir(directory).filePath(name + QStringLiteral(".png")));
+}
+
+Mailbox box(const QString& id, qint64 unread, qint64 total)
+{
+    Mailbox mailbox;
+    mailbox.id = id;
+    mailbox.name = id;
+    mailbox.unreadThreads = unread;
+    mailbox.totalThreads = total;
+    return mailbox;
+}
+
+} // namespace
+
+class TestMainWindow : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void noTokenShowsThePrompt();
+    void accountTabConnectsAndFillsTheSidebar();
+    void failureStandsInTheErrorBarUntilDismissed();
+    void failedKeychainWriteKeepsTheTypedToken();
+    void removeTokenReturnsToThePrompt();
+    void badges_data();
+    void badges();
+    void modelUpdatesRowsInPlace();
+
+private:
+    std::unique_ptr<AppState> makeState();
+    QTemporaryDir home;
+    std::unique_ptr<FakeNetwork> network;
+    std::optional<QString> token;
+    bool keychainWorks = true;
+};
+
+void TestMainWindow::init()
+{
+    network = std::make_unique<FakeNetwork>();
+    network->respondTo("Mailbox/get", QJsonDocument::fromJson(R"({"list":[
+        {"id":"in","name":"Inbox","role":"inbox","sortOrder":1,"totalEmails":5,"unreadEmails":2,"totalThreads":4,"unreadThreads":2},
+        {"id":"dr","name":"Drafts","role":"drafts","sortOrder":2,"totalEmails":1,"unreadEmails":0,"totalThreads":1,"unreadThreads":0},
+        {"id":"se","name":"Sent","role":"sent","sortOrder":3,"totalEmails":9,"unreadEmails":0,"totalThreads":9,"unreadThreads":0},
+        {"id":"ar","name":"Archive","role":"archive","sortOrder":4,"totalEmails":0,"unreadEmails":0,"totalThreads":0,"unreadThreads":0},
+        {"id":"ju","name":"Spam","role":"junk","sortOrder":5,"totalEmails":3,"unreadEmails":3,"totalThreads":3,"unreadThreads":3},
+        {"id":"tr","name":"Trash","role":"trash","sortOrder":6,"totalEmails":0,"unreadEmails":0,"totalThreads":0,"unreadThreads":0},
+        {"id":"pr","name":"Projects","sortOrder":7,"totalEmails":12,"unreadEmails":1,"totalThreads":8,"unreadThreads":1}]})")
+                                          .object());
+    network->respondTo("Identity/get", QJsonObject{{"list", QJsonArray()}});
+    token.reset();
+    keychainWorks = true;
+}
+
+std::unique_ptr<AppState> TestMainWindow::makeState()
+{
+    AppEnvironment environment;
+    environment.network = network.get();
+    environment.configStore =
+        ConfigStore(home.filePath(QString::fromLatin1(QTest::currentTestFunction()) + ".json"));
+    environment.readToken = [this] { return token; };
+    environment.saveToken = [this](const QString& value) {
+        if (!keychainWorks)
+            return false;
+        token = value.isEmpty() ? std::nullopt : std::optional<QString>(value);
+        return true;
+    };
+    auto state = std::make_unique<AppState>(environment);
+    AppConfig config = state->config();
+    config.sessionUrl = FakeNetwork::sessionUrl().toString();
+    state->setConfig(config);
+    return state;
+}
+
+void TestMainWindow::noTokenShowsThePrompt()
+{
+    auto state = makeState();
+    MainWindow window(state.get());
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QCOMPARE(window.windowTitle(), QString("Veldrin"));
+    QVERIFY(state->hasStarted());
+    auto* stack = window.sidebar()->findChild<QStackedWidget*>();
+    QTRY_COMPARE(stack->currentWidget()->objectName(), QString("noTokenState"));
+    const auto labels = stack->currentWidget()->findChildren<QLabel*>();
+    QStringList texts;
+    for (QLabel* label : labels)
+        texts << label->text();
+    QVERIFY(texts.contains("No API token"));
+    QVERIFY(texts.contains("Add your Fastmail API token to get started."));
+    QVERIFY(!window.errorBar()->isVisible());
+    screenshot(&window, "main-no-token");
+
+    auto* open = window.findChild<QPushButton*>("openSettingsButton");
+    QCOMPARE(open->text(), QString("Open Settings"));
+    open->click();
+    SettingsWindow* settings = window.settingsWindow();
+    QTRY_VERIFY(settings->isVisible());
+    QCOMPARE(settings->tabs()->currentWidget(), settings->account());
+    QCOMPARE(settings->findChild<QLineEdit*>("tokenField")->placeholderText(), QString("fmu1-…"));
+    QCOMPARE(settings->findChild<QLabel*>("connectionStatus")->text(), QString("Not connected"));
+    QVERIFY(!settings->findChild<QPushButton*>("removeTokenButton")->isVisible());
+    screenshot(settings, "settings-account-empty");
+}
+
+void TestMainWindow::accountTabConnectsAndFillsTheSidebar()
+{
+    auto state = makeState();
+    MainWindow window(state.get());
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    window.showSettings();
+    SettingsWindow* settings = window.settingsWindow();
+    auto* field = settings->findChild<QLineEdit*>("tokenField");
+    QTest::keyClicks(field, "  fmu1-pasted-token  ");
+    settings->account()->saveButton()->click();
+    QCOMPARE(field->text(), QString()); // the secret leaves the field at once
+    QCOMPARE(token, std::optional<QString>("fmu1-pasted-token"));
+
+    QListView* list = window.sidebar()->list();
+    QTRY_COMPARE(list->model()->rowCount(), 7);
+    QTRY_COMPARE(settings->findChild<QLabel*>("connectionStatus")->text(),
+                 QString("Connected as user@example.com"));
+    QCOMPARE(settings->findChild<QLineEdit*>("tokenField")->placeholderText(),
+             QString("Saved in Keychain"));
+    QVERIFY(settings->findChild<QPushButton*>("removeTokenButton")->isVisible());
+    QCOMPARE(list->currentIndex().data().toString(), QString("Inbox"));
+    QCOMPARE(list->model()->index(4, 0).data(MailboxListModel::BadgeRole).toString(), QString("3"));
+    screenshot(settings, "settings-account-connected");
+    settings->hide();
+    screenshot(&window, "main-connected");
+
+    // Choosing a mailbox in the sidebar selects it in the state.
+    list->setCurrentIndex(list->model()->index(6, 0));
+    QCOMPARE(state->selectedMailboxId(), std::optional<QString>("pr"));
+    QCOMPARE(window.findChild<QLabel*>("overviewTitle")->text(), QString("Projects"));
+    // The token went out only as the bearer header.
+    for (const RecordedRequest& request : network->requests())
+        QVERIFY(!request.body.contains("fmu1-pasted-token"));
+}
+
+void TestMainWindow::failureStandsInTheErrorBarUntilDismissed()
+{
+    token = QStringLiteral("fmu1-old");
+    network->setResponse(FakeNetwork::sessionUrl(), {401, ""});
+    auto state = makeState();
+    MainWindow window(state.get());
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QTRY_VERIFY(window.errorBar()->isVisible());
+    QCOMPARE(window.errorBar()->message(),
+             QString("Fastmail rejected the API token. Check it in Settings."));
+    window.showSettings();
+    QTRY_COMPARE(window.settingsWindow()->findChild<QLabel*>("connectionStatus")->text(),
+                 QString("Fastmail rejected the API token. Check it in Settings."));
+    window.settingsWindow()->hide();
+    screenshot(&window, "main-error-bar");
+    window.findChild<QPushButton*>("dismissButton")->click();
+    QVERIFY(!state->errorMessage());
+    QVERIFY(!window.errorBar()->isVisible());
+
+    AppConfig config = state->config();
+    config.sessionUrl = "http://jmap.example.test/";
+    state->setConfig(config);
+    window.settingsWindow()->account()->saveButton()->click();
+    QTRY_COMPARE(window.errorBar()->message(),
+                 QString("The JMAP session URL must be an https URL."));
+}
+
+void TestMainWindow::failedKeychainWriteKeepsTheTypedToken()
+{
+    keychainWorks = false;
+    auto state = makeState();
+    SettingsWindow settings(state.get());
+    settings.show();
+    auto* field = settings.findChild<QLineEdit*>("tokenField");
+    field->setText("fmu1-new");
+    settings.account()->saveAndConnect();
+    QCOMPARE(field->text(), QString("fmu1-new"));
+    QCOMPARE(state->errorMessage(),
+             std::optional<QString>("Could not store the token in the keychain."));
+    QVERIFY(network->requests().isEmpty());
+}
+
+void TestMainWindow::removeTokenReturnsToThePrompt()
+{
+    token = QStringLiteral("fmu1-old");
+    auto state = makeState();
+    MainWindow window(state.get());
+    window.show();
+    QTRY_VERIFY(state->isConnected());
+    window.settingsWindow()->account()->removeToken();
+    QTRY_VERIFY(!state->hasToken());
+    QVERIFY(!token);
+    QVERIFY(!state->isConnected());
+    auto* stack = window.sidebar()->findChild<QStackedWidget*>();
+    QCOMPARE(stack->currentWidget()->objectName(), QString("noTokenState"));
+}
+
+void TestMainWindow::badges_data()
+{
+    QTest::addColumn<qint64>("unread");
+    QTest::addColumn<qint64>("total");
+    QTest::addColumn<bool>("showTotal");
+    QTest::addColumn<QString>("badge");
+    QTest::newRow("unread only") << qint64(3) << qint64(40) << false << "3";
+    QTest::newRow("nothing unread") << qint64(0) << qint64(40) << false << "";
+    QTest::newRow("total with unread") << qint64(3) << qint64(40) << true << "3 / 40";
+    QTest::newRow("total without unread") << qint64(0) << qint64(40) << true << "40";
+    QTest::newRow("total of an empty mailbox") << qint64(0) << qint64(0) << true << "";
+}
+
+void TestMainWindow::badges()
+{
+    QFETCH(qint64, unread);
+    QFETCH(qint64, total);
+    QFETCH(bool, showTotal);
+    QFETCH(QString, badge);
+    QCOMPARE(MailboxListModel::badge(box("m", unread, total), showTotal), badge);
+}
+
+void TestMainWindow::modelUpdatesRowsInPlace()
+{
+    auto state = makeState();
+    MailboxListModel model(state.get());
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    model.update({box("a", 0, 1), box("b", 1, 1), box("c", 0, 0)});
+    QPersistentModelIndex b = model.index(1);
+    model.update({box("c", 0, 0), box("a", 2, 3), box("b", 1, 1), box("d", 0, 0)});
+    QCOMPARE(model.rowCount(), 4);
+    QVERIFY(b.isValid());
+    QCOMPARE(b.row(), 2); // moved, not reset
+    QCOMPARE(model.index(1).data(MailboxListModel::BadgeRole).toString(), QString("2"));
+    model.update({box("b", 1, 1)});
+    QCOMPARE(model.rowCount(), 1);
+    QVERIFY(b.isValid());
+    QCOMPARE(b.row(), 0);
+}
+
+QTEST_MAIN(TestMainWindow)
+#include "tst_mainwindow.moc"
