@@ -1,0 +1,142 @@
+#include "AsyncTest.h"
+#include "MemorySecretStore.h"
+#include "app/AppState.h"
+#include "config/Keychain.h"
+#include "ui/AccountSettings.h"
+#include "ui/MailboxListModel.h"
+#include "ui/MainWindow.h"
+#include "ui/SettingsWindow.h"
+#include "ui/SidebarView.h"
+
+#include <QDir>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QNetworkAccessManager>
+#include <QPushButton>
+#include <QSet>
+#include <QTemporaryDir>
+#include <QTest>
+
+// The start and connection sequence against a real JMAP server on loopback, reached over
+// HTTPS with a certificate that the system trusts. Runs under the Cyrus harness, which sets
+// VELDRIN_TEST_SESSION_URL and VELDRIN_TEST_TOKEN.
+class TestConnectCyrus : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void connectLoadsSessionMailboxesAndIdentities();
+    void aTokenPastedInSettingsFillsTheSidebar();
+    void aWrongTokenIsRejected();
+
+private:
+    AppEnvironment environment(MemorySecretStore& store);
+    QString sessionUrl;
+    QString token;
+    QTemporaryDir home;
+    QNetworkAccessManager network;
+};
+
+void TestConnectCyrus::initTestCase()
+{
+    sessionUrl = qEnvironmentVariable("VELDRIN_TEST_SESSION_URL");
+    token = qEnvironmentVariable("VELDRIN_TEST_TOKEN");
+    if (sessionUrl.isEmpty() || token.isEmpty())
+        QSKIP("No test server: run under tests/integration/harness/with-cyrus.sh");
+}
+
+AppEnvironment TestConnectCyrus::environment(MemorySecretStore& store)
+{
+    AppEnvironment result;
+    result.network = &network;
+    result.configStore = ConfigStore(
+        home.filePath(QString::fromLatin1(QTest::currentTestFunction()) + "/config.json"));
+    result.readToken = [&store] { return Keychain::readToken(store); };
+    result.saveToken = [&store](const QString& value) { return Keychain::saveToken(store, value); };
+    return result;
+}
+
+void TestConnectCyrus::connectLoadsSessionMailboxesAndIdentities()
+{
+    MemorySecretStore store;
+    QVERIFY(Keychain::saveToken(store, token));
+    AppState state(environment(store));
+    AppConfig config = state.config();
+    config.sessionUrl = sessionUrl;
+    state.setConfig(config);
+
+    AsyncTest::await(state.connect());
+    QVERIFY2(!state.errorMessage(), qPrintable(state.errorMessage().value_or(QString())));
+    QVERIFY(state.isConnected());
+    QCOMPARE(state.accountName(), std::optional<QString>("test@example.com"));
+
+    QSet<QString> roles;
+    for (const Mailbox& mailbox : state.mailboxes())
+        if (mailbox.role)
+            roles.insert(*mailbox.role);
+    QCOMPARE(roles, (QSet<QString>{"inbox", "drafts", "sent", "archive", "junk", "trash"}));
+    const auto inbox = state.mailboxWithRole("inbox");
+    QCOMPARE(state.selectedMailboxId(), std::optional<QString>(inbox->id));
+    QVERIFY(inbox->totalEmails > 0);
+
+    QCOMPARE(state.identities().size(), 1);
+    QCOMPARE(state.identities().first().email, QString("test@example.com"));
+    QCOMPARE(state.maxDelayedSend(), qint64(86400));
+    // The test server offers neither contacts nor Masked Email.
+    QVERIFY(!state.hasContacts());
+    QVERIFY(!state.hasMaskedEmail());
+    QTRY_COMPARE(state.activeFetches(), 0);
+}
+
+void TestConnectCyrus::aTokenPastedInSettingsFillsTheSidebar()
+{
+    MemorySecretStore store;
+    AppState state(environment(store));
+    AppConfig config = state.config();
+    config.sessionUrl = sessionUrl;
+    state.setConfig(config);
+    MainWindow window(&state);
+    window.resize(1000, 600);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QTRY_VERIFY(state.hasStarted());
+    QVERIFY(!state.hasToken());
+
+    SettingsWindow* settings = window.settingsWindow();
+    settings->show();
+    settings->findChild<QLineEdit*>("tokenField")->setText(token + "\n");
+    settings->account()->saveButton()->click();
+    QTRY_VERIFY_WITH_TIMEOUT(state.isConnected(), 20000);
+    QCOMPARE(Keychain::readToken(store), std::optional<QString>(token));
+    QTRY_COMPARE(settings->findChild<QLabel*>("connectionStatus")->text(),
+                 QString("Connected as test@example.com"));
+
+    QListView* list = window.sidebar()->list();
+    QCOMPARE(list->model()->rowCount(), state.mailboxes().size());
+    QVERIFY(list->model()->rowCount() >= 6);
+    QCOMPARE(list->currentIndex().data().toString(), QString("Inbox"));
+    const QString shots = qEnvironmentVariable("VELDRIN_SCREENSHOTS");
+    if (!shots.isEmpty()) {
+        QDir().mkpath(shots);
+        settings->hide();
+        window.grab().save(QDir(shots).filePath("cyrus-connected.png"));
+    }
+}
+
+void TestConnectCyrus::aWrongTokenIsRejected()
+{
+    MemorySecretStore store;
+    QVERIFY(Keychain::saveToken(store, "not-a-valid-token"));
+    AppState state(environment(store));
+    AppConfig config = state.config();
+    config.sessionUrl = sessionUrl;
+    state.setConfig(config);
+    AsyncTest::await(state.connect());
+    QCOMPARE(state.errorMessage(),
+             std::optional<QString>("Fastmail rejected the API token. Check it in Settings."));
+    QVERIFY(!state.isConnected());
+}
+
+QTEST_MAIN(TestConnectCyrus)
+#include "tst_connect_cyrus.moc"
