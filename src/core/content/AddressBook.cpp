@@ -23,19 +23,51 @@ QString normalisedQuery(const QString& query)
     return normalised(query.mid(begin, end - begin));
 }
 
-bool matches(const EmailAddress& address, const QString& query)
+bool isAscii(QStringView text)
 {
-    const QString email = normalised(address.email);
-    if (email.startsWith(query))
+    for (const QChar c : text) {
+        if (c.unicode() >= 0x80)
+            return false;
+    }
+    return true;
+}
+
+// The query, normalised, and whether it is plain ASCII: then an ASCII text needs neither
+// composition nor a lower-cased copy, and a case-insensitive comparison gives the same answer.
+// This keeps a scan of thousands of entries well below a key press.
+struct Query
+{
+    QString text;
+    bool ascii;
+};
+
+bool startsWith(QStringView text, const Query& query)
+{
+    if (query.ascii && isAscii(text))
+        return text.startsWith(query.text, Qt::CaseInsensitive);
+    return normalised(text.toString()).startsWith(query.text);
+}
+
+bool matches(const EmailAddress& address, const Query& query)
+{
+    const QStringView email = address.email;
+    if (startsWith(email, query))
         return true;
     const qsizetype at = email.lastIndexOf(u'@');
-    if (at >= 0 && QStringView(email).mid(at + 1).startsWith(query))
+    if (at >= 0 && startsWith(email.mid(at + 1), query))
         return true;
-    const QString name = normalised(address.name.value_or(QString()));
-    if (name.startsWith(query))
+    const QStringView name = address.name ? QStringView(*address.name) : QStringView();
+    if (startsWith(name, query))
         return true;
-    for (const auto word : QStringView(name).split(u' ', Qt::SkipEmptyParts)) {
-        if (word.startsWith(query))
+    // The words of the name, split on blanks.
+    qsizetype index = 0;
+    while (index < name.size()) {
+        while (index < name.size() && name[index] == u' ')
+            ++index;
+        const qsizetype start = index;
+        while (index < name.size() && name[index] != u' ')
+            ++index;
+        if (index > start && startsWith(name.mid(start, index - start), query))
             return true;
     }
     return false;
@@ -60,9 +92,10 @@ void AddressBook::add(const QList<EmailAddress>& addresses, bool counting)
 QList<EmailAddress> AddressBook::suggestions(const QString& matching,
                                              const QList<EmailAddress>& excluding, int limit) const
 {
-    const QString query = normalisedQuery(matching);
-    if (query.isEmpty() || limit <= 0)
+    const QString normalisedText = normalisedQuery(matching);
+    if (normalisedText.isEmpty() || limit <= 0)
         return {};
+    const Query query{normalisedText, isAscii(normalisedText)};
     QSet<QString> excluded;
     for (const EmailAddress& address : excluding)
         excluded.insert(address.email.toLower());
