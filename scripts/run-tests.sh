@@ -19,8 +19,6 @@ else
     flags=(-DCMAKE_BUILD_TYPE=RelWithDebInfo)
 fi
 
-export CCACHE_DIR="${CCACHE_DIR:-$root/.cache/ccache}"
-export CCACHE_MAXSIZE="${CCACHE_MAXSIZE:-3G}"
 export QT_QPA_PLATFORM=offscreen
 export QTWEBENGINE_CHROMIUM_FLAGS="${QTWEBENGINE_CHROMIUM_FLAGS:---no-sandbox --disable-gpu}"
 
