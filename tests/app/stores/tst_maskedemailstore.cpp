@@ -1,0 +1,272 @@
+#include "AsyncTest.h"
+#include "FakeDirectoryServices.h"
+#include "FakeNetwork.h"
+#include "app/stores/MaskedEmailStore.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QJsonDocument>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTest>
+#include <QUuid>
+
+using namespace AsyncTest;
+
+namespace {
+
+MaskedEmail record(const QString& id, MaskedEmail::State state = MaskedEmail::State::enabled)
+{
+    MaskedEmail result;
+    result.id = id;
+    result.email = id + "@fastmail.example";
+    result.state = state;
+    return result;
+}
+
+QStringList idsOf(const QList<MaskedEmail>& records)
+{
+    QStringList ids;
+    for (const MaskedEmail& item : records)
+        ids.append(item.id);
+    return ids;
+}
+
+QJsonObject object(const char* text)
+{
+    return QJsonDocument::fromJson(QByteArray(text)).object();
+}
+
+} // namespace
+
+class TestMaskedEmailStore : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void loadsFromTheServer();
+    void createGoesFirstAndToTheClipboard();
+    void failedCreateLeavesListAndClipboard();
+    void overlappingLoadAndReset();
+    void cancelledLoadLeavesError();
+    void updateOfARecordThatLeftStillSucceeds();
+    void setStateRemovesOnlyWhenDeleted();
+    void withoutServiceActsOnTheList();
+    void demoAddressShape_data();
+    void demoAddressShape();
+
+private:
+    std::unique_ptr<MaskedEmailStore> store;
+    std::shared_ptr<FakeMaskedEmailService> service;
+};
+
+void TestMaskedEmailStore::init()
+{
+    store = std::make_unique<MaskedEmailStore>();
+    service = std::make_shared<FakeMaskedEmailService>();
+    service->records = {record("one"), record("two", MaskedEmail::State::disabled)};
+    QGuiApplication::clipboard()->setText("untouched");
+}
+
+void TestMaskedEmailStore::loadsFromTheServer()
+{
+    FakeNetwork network;
+    network.respondTo("MaskedEmail/get", object(R"({"list":[
+        {"id":"m1","email":"a.1@fastmail.example","createdAt":"2025-01-01T00:00:00Z"},
+        {"id":"m2","email":"b.2@fastmail.example","state":"deleted"},
+        {"id":"m3","email":"c.3@fastmail.example","createdAt":"2025-02-01T00:00:00Z"}]})"));
+    store->setService(std::make_shared<MaskedEmailService>(
+        std::make_shared<JMAPClient>(FakeNetwork::sessionUrl(), "token", &network)));
+    QSignalSpy loaded(store.get(), &MaskedEmailStore::hasLoadedChanged);
+    auto task = store->load();
+    QVERIFY(store->isLoading());
+    QTRY_COMPARE(loaded.size(), 1);
+    QVERIFY(!store->isLoading());
+    QCOMPARE(idsOf(store->items()), (QStringList{"m3", "m1"}));
+
+    network.respondWithError("MaskedEmail/get", "serverFail", "Try again");
+    QSignalSpy error(store.get(), &MaskedEmailStore::errorChanged);
+    auto failing = store->load();
+    QTRY_COMPARE(error.size(), 1);
+    QCOMPARE(store->error(), QString("JMAP error: serverFail (Try again)"));
+    QCOMPARE(idsOf(store->items()), (QStringList{"m3", "m1"}));
+    QVERIFY(store->hasLoaded());
+}
+
+void TestMaskedEmailStore::createGoesFirstAndToTheClipboard()
+{
+    FakeNetwork network;
+    network.respondTo("MaskedEmail/set", object(R"({"created":{"new":{
+        "id":"m9","email":"shop.4821@fastmail.example","createdAt":"2020-01-01T00:00:00Z"}}})"));
+    store->setService(std::make_shared<MaskedEmailService>(
+        std::make_shared<JMAPClient>(FakeNetwork::sessionUrl(), "token", &network)));
+    store->setItems({record("old")});
+    store->setError("Earlier failure");
+
+    const auto created = await(store->create(MaskedEmailDetails{"shop.example", "Shoes"}, "shop"));
+    QVERIFY(created);
+    QCOMPARE(created->email, QString("shop.4821@fastmail.example"));
+    QCOMPARE(created->forDomain, QString("https://shop.example"));
+    // First even though it is the oldest: it is what the user just made.
+    QCOMPARE(idsOf(store->items()), (QStringList{"m9", "old"}));
+    QCOMPARE(QGuiApplication::clipboard()->text(), QString("shop.4821@fastmail.example"));
+    QCOMPARE(store->error(), QString());
+}
+
+void TestMaskedEmailStore::failedCreateLeavesListAndClipboard()
+{
+    FakeNetwork network;
+    network.respondTo("MaskedEmail/set", object(R"({"created":{}})"));
+    store->setService(std::make_shared<MaskedEmailService>(
+        std::make_shared<JMAPClient>(FakeNetwork::sessionUrl(), "token", &network)));
+    store->setItems({record("old")});
+
+    QCOMPARE(await(store->create(MaskedEmailDetails{"shop.example", ""}, "")), std::nullopt);
+    QCOMPARE(store->error(), QString("Unexpected response from Fastmail: created masked email"));
+    QCOMPARE(idsOf(store->items()), QStringList{"old"});
+    QCOMPARE(QGuiApplication::clipboard()->text(), QString("untouched"));
+}
+
+void TestMaskedEmailStore::overlappingLoadAndReset()
+{
+    store->setService(service);
+    service->gate.closed = true;
+    auto first = store->load();
+    auto second = store->load();
+    QVERIFY(second.isReady());
+    QCOMPARE(service->listCalls, 1);
+
+    auto other = std::make_shared<FakeMaskedEmailService>();
+    other->records = {record("three")};
+    store->setService(other);
+    QVERIFY(!store->isLoading());
+    QVERIFY(!store->hasLoaded());
+    await(store->load());
+    QCOMPARE(idsOf(store->items()), QStringList{"three"});
+
+    service->gate.release();
+    await(std::move(first));
+    QCOMPARE(idsOf(store->items()), QStringList{"three"});
+}
+
+void TestMaskedEmailStore::cancelledLoadLeavesError()
+{
+    store->setService(service);
+    await(store->load());
+    store->setError("Earlier failure");
+    service->failure = std::make_exception_ptr(CancelledError());
+    await(store->load());
+    QCOMPARE(store->error(), QString("Earlier failure"));
+    QCOMPARE(store->items().size(), 2);
+}
+
+void TestMaskedEmailStore::updateOfARecordThatLeftStillSucceeds()
+{
+    store->setService(service);
+    await(store->load());
+    const MaskedEmail one = store->items().first();
+
+    QVERIFY(await(store->update(one, MaskedEmailDetails{"Shop.example/x", " note "})));
+    QCOMPARE(service->updatedIds, QStringList{"one"});
+    QCOMPARE(store->items().first().forDomain, QString("https://shop.example"));
+    QCOMPARE(store->items().first().description, QString("note"));
+
+    // The deletion is answered first, so the record has left the list when the update returns.
+    service->gate.closed = true;
+    auto removal = store->setState(MaskedEmail::State::deleted, {"one"});
+    auto pending = store->update(one, MaskedEmailDetails{"other.example", ""});
+    QCOMPARE(store->items().size(), 2);
+    service->gate.release();
+    await(std::move(removal));
+    QVERIFY(await(std::move(pending)));
+    QCOMPARE(idsOf(store->items()), QStringList{"two"});
+
+    service->failure = std::make_exception_ptr(JMAPError::method("notFound", ""));
+    QVERIFY(!await(store->update(one, MaskedEmailDetails{"x.example", ""})));
+    QCOMPARE(store->error(), QString("JMAP error: notFound"));
+}
+
+void TestMaskedEmailStore::setStateRemovesOnlyWhenDeleted()
+{
+    service->records.append(record("three", MaskedEmail::State::pending));
+    store->setService(service);
+    await(store->load());
+
+    await(store->setState(MaskedEmail::State::disabled, {"three", "one"}));
+    QCOMPARE(service->stateChanges.last().second, (QStringList{"one", "three"}));
+    QCOMPARE(idsOf(store->items()), (QStringList{"one", "two", "three"}));
+    QCOMPARE(store->items().at(0).state, MaskedEmail::State::disabled);
+    QCOMPARE(store->items().at(2).state, MaskedEmail::State::disabled);
+
+    service->failure = std::make_exception_ptr(JMAPError::http(503, ""));
+    await(store->setState(MaskedEmail::State::deleted, {"one"}));
+    QCOMPARE(store->items().size(), 3);
+    QCOMPARE(store->error(), QString("Fastmail returned HTTP 503. "));
+
+    service->failure = nullptr;
+    await(store->setState(MaskedEmail::State::deleted, {"one", "two"}));
+    QCOMPARE(idsOf(store->items()), QStringList{"three"});
+    QCOMPARE(store->error(), QString());
+
+    const int calls = service->stateChanges.size();
+    await(store->setState(MaskedEmail::State::enabled, {}));
+    QCOMPARE(service->stateChanges.size(), calls);
+}
+
+void TestMaskedEmailStore::withoutServiceActsOnTheList()
+{
+    MaskedEmail older = record("older");
+    older.createdAt = QDateTime(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC);
+    MaskedEmail newer = record("newer");
+    newer.createdAt = QDateTime(QDate(2025, 1, 1), QTime(0, 0), Qt::UTC);
+    store->setItems({record("undated"), older, newer});
+    QCOMPARE(idsOf(store->items()), (QStringList{"newer", "older", "undated"}));
+
+    await(store->load());
+    QVERIFY(!store->hasLoaded());
+
+    const auto created = await(store->create(MaskedEmailDetails{"news.example", ""}, "News"));
+    QVERIFY(created);
+    QCOMPARE(store->items().first(), *created);
+    QCOMPARE(QGuiApplication::clipboard()->text(), created->email);
+
+    QVERIFY(await(store->update(newer, MaskedEmailDetails{"", "kept"})));
+    QCOMPARE(store->items().at(1).description, QString("kept"));
+
+    await(store->setState(MaskedEmail::State::disabled, {"older"}));
+    QCOMPARE(store->items().at(2).state, MaskedEmail::State::disabled);
+    await(store->setState(MaskedEmail::State::deleted, {"older", created->id}));
+    QCOMPARE(idsOf(store->items()), (QStringList{"newer", "undated"}));
+}
+
+void TestMaskedEmailStore::demoAddressShape_data()
+{
+    QTest::addColumn<QString>("prefix");
+    QTest::addColumn<QString>("pattern");
+    QTest::newRow("prefix lower-cased") << " Shop "
+                                        << R"(^shop\.\d{4}@example\.com$)";
+    QTest::newRow("no prefix") << ""
+                               << R"(^masked\.\d{4}@example\.com$)";
+}
+
+void TestMaskedEmailStore::demoAddressShape()
+{
+    QFETCH(QString, prefix);
+    QFETCH(QString, pattern);
+    const QDateTime before = QDateTime::currentDateTimeUtc();
+    const MaskedEmail made =
+        MaskedEmailStore::demoAddress(MaskedEmailDetails{"HTTPS://Shop.example/", " x "}, prefix);
+    QVERIFY2(QRegularExpression(pattern).match(made.email).hasMatch(), qPrintable(made.email));
+    const int number = made.email.section('.', 1, 1).section('@', 0, 0).toInt();
+    QVERIFY(number >= 1000 && number <= 9999);
+    QVERIFY(!QUuid::fromString(made.id).isNull());
+    QCOMPARE(made.state, MaskedEmail::State::enabled);
+    QCOMPARE(made.forDomain, QString("https://shop.example"));
+    QCOMPARE(made.description, QString("x"));
+    QVERIFY(made.createdAt && *made.createdAt >= before.addSecs(-1));
+    QCOMPARE(made.url, std::nullopt);
+    QCOMPARE(made.lastMessageAt, std::nullopt);
+}
+
+QTEST_MAIN(TestMaskedEmailStore)
+#include "tst_maskedemailstore.moc"
