@@ -88,13 +88,13 @@ void JMAPPushStream::onMetaData()
     const int code = status.toInt();
     if (code == 401 || code == 403) {
         finish(std::make_exception_ptr(JMAPError::unauthorized()));
-        closeReply();
+        closeReply(true);
         return;
     }
     if (code < 200 || code > 299) {
         // The body of a failed event source is not read.
         finish(std::make_exception_ptr(JMAPError::http(code, QString())));
-        closeReply();
+        closeReply(true);
         return;
     }
     m_connected = true;
@@ -206,14 +206,18 @@ void JMAPPushStream::stop()
     finish(std::make_exception_ptr(CancelledError()), false);
 }
 
-void JMAPPushStream::closeReply()
+void JMAPPushStream::closeReply(bool deferred)
 {
     if (!m_reply)
         return;
     QNetworkReply* reply = m_reply;
     m_reply = nullptr;
     reply->disconnect(this);
-    if (!reply->isFinished())
+    // Inside the reply's own signal Qt is still handling its status: aborting there reports
+    // the reply's error twice, so the abort waits for the next turn of the event loop.
+    if (deferred)
+        QMetaObject::invokeMethod(reply, &QNetworkReply::abort, Qt::QueuedConnection);
+    else if (!reply->isFinished())
         reply->abort();
     reply->deleteLater();
 }

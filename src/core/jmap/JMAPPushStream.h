@@ -76,7 +76,7 @@ private:
     void finish(std::exception_ptr error, bool announce = true);
     void wake();
     void resumeWaiter();
-    void closeReply();
+    void closeReply(bool deferred = false);
 
     JMAPClient* m_client;
     QStringList m_types;
