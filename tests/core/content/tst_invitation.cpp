@@ -447,6 +447,11 @@ void TestInvitation::replyAttendeeLine_data()
     QTest::newRow("name of quotes only")
         << address("\"\"", "me@x.org") << ParticipationStatus::Accepted
         << "ATTENDEE;PARTSTAT=ACCEPTED:mailto:me@x.org";
+    QTest::newRow("long name with multi-byte letters is folded")
+        << address(QStringLiteral("Zoë Ångström-Øvergård Łukasiewicz"), "zoe@example.org")
+        << ParticipationStatus::Accepted
+        << QStringLiteral("ATTENDEE;PARTSTAT=ACCEPTED;CN=\"Zoë Ångström-Øvergård Łukasiewicz\":"
+                          "mailto:zoe@example.org");
     QTest::newRow("empty name") << address("", "me@x.org") << ParticipationStatus::Accepted
                                 << "ATTENDEE;PARTSTAT=ACCEPTED:mailto:me@x.org";
 }
@@ -464,6 +469,8 @@ void TestInvitation::replyAttendeeLine()
     QVERIFY(invitation);
     const QString reply = invitation->reply(status, as, utc("2026-01-02T03:04:05Z"));
     QVERIFY(reply.endsWith(QStringLiteral("END:VCALENDAR\r\n")));
+    for (const QString& physical : reply.split(QStringLiteral("\r\n")))
+        QVERIFY2(physical.toUtf8().size() <= 75, qPrintable(physical));
     const QStringList lines = Invitation::unfold(reply);
     QCOMPARE(lines.filter(QRegularExpression("^ATTENDEE")), QStringList{line});
     QVERIFY(lines.filter(QRegularExpression("^LOCATION")).isEmpty());
