@@ -51,9 +51,9 @@ std::optional<Node::Alignment> alignmentOf(uint8_t value)
 }
 
 // The text leaves of a subtree that is too deep to keep, gathered without recursion.
-Node flattenedText(cmark_node* root)
+void flattenText(cmark_node* root, Node& text)
 {
-    Node text(Node::Kind::Text);
+    text.kind = Node::Kind::Text;
     cmark_iter* iterator = cmark_iter_new(root);
     cmark_event_type event;
     while ((event = cmark_iter_next(iterator)) != CMARK_EVENT_DONE) {
@@ -74,23 +74,30 @@ Node flattenedText(cmark_node* root)
         }
     }
     cmark_iter_free(iterator);
-    return text;
 }
 
-std::optional<Node> convert(cmark_node* node, int depth);
+bool convert(cmark_node* node, Node& result, int depth);
 
 void convertChildren(cmark_node* parent, Node& into, int depth)
 {
+    qsizetype count = 0;
+    for (cmark_node* child = cmark_node_first_child(parent); child; child = cmark_node_next(child))
+        ++count;
+    // Built in place: a long message has hundreds of thousands of nodes.
+    into.children.resize(count);
+    qsizetype filled = 0;
     for (cmark_node* child = cmark_node_first_child(parent); child;
          child = cmark_node_next(child)) {
-        if (auto converted = convert(child, depth + 1))
-            into.children.append(std::move(*converted));
+        // A node left out leaves its slot untouched for the next one.
+        if (convert(child, into.children[filled], depth + 1))
+            ++filled;
     }
+    into.children.resize(filled);
 }
 
-Node convertTable(cmark_node* node, int depth)
+void convertTable(cmark_node* node, Node& table, int depth)
 {
-    Node table(Node::Kind::Table);
+    table.kind = Node::Kind::Table;
     const uint16_t columns = cmark_gfm_extensions_get_table_columns(node);
     const uint8_t* alignments = cmark_gfm_extensions_get_table_alignments(node);
     table.columnAlignments.reserve(columns);
@@ -98,8 +105,11 @@ Node convertTable(cmark_node* node, int depth)
         table.columnAlignments.append(alignments ? alignmentOf(alignments[column]) : std::nullopt);
 
     // The tree has exactly one head and one body; cmark gives the header row first.
-    Node head(Node::Kind::TableHead);
-    Node body(Node::Kind::TableBody);
+    table.children.resize(2);
+    Node& head = table.children[0];
+    Node& body = table.children[1];
+    head.kind = Node::Kind::TableHead;
+    body.kind = Node::Kind::TableBody;
     for (cmark_node* row = cmark_node_first_child(node); row; row = cmark_node_next(row)) {
         const char* type = cmark_node_get_type_string(row);
         if (std::strcmp(type, "table_header") == 0) {
@@ -110,35 +120,36 @@ Node convertTable(cmark_node* node, int depth)
             body.children.append(std::move(converted));
         }
     }
-    table.children.append(std::move(head));
-    table.children.append(std::move(body));
-    return table;
 }
 
 // Nodes of the extensions have type numbers assigned at registration, so they are told apart
 // by their names.
-std::optional<Node> convertExtension(cmark_node* node, int depth)
+bool convertExtension(cmark_node* node, Node& result, int depth)
 {
     const char* type = cmark_node_get_type_string(node);
-    if (std::strcmp(type, "table") == 0)
-        return convertTable(node, depth);
-    Node result;
+    if (std::strcmp(type, "table") == 0) {
+        convertTable(node, result, depth);
+        return true;
+    }
     if (std::strcmp(type, "strikethrough") == 0)
         result.kind = Node::Kind::Strikethrough;
     else if (std::strcmp(type, "table_cell") == 0)
         result.kind = Node::Kind::TableCell;
     else
-        return std::nullopt;
+        return false;
     convertChildren(node, result, depth);
-    return result;
+    return true;
 }
 
-std::optional<Node> convert(cmark_node* node, int depth)
+// Fills result, a new node, from node. False, with result untouched, for a node type the tree
+// does not know: it is left out.
+bool convert(cmark_node* node, Node& result, int depth)
 {
-    if (depth > maxDepth)
-        return flattenedText(node);
+    if (depth > maxDepth) {
+        flattenText(node, result);
+        return true;
+    }
 
-    Node result;
     using Kind = Node::Kind;
     switch (cmark_node_get_type(node)) {
     case CMARK_NODE_DOCUMENT:
@@ -169,12 +180,12 @@ std::optional<Node> convert(cmark_node* node, int depth)
         const char* info = cmark_node_get_fence_info(node);
         if (info && *info)
             result.language = QString::fromUtf8(info);
-        return result;
+        return true;
     }
     case CMARK_NODE_HTML_BLOCK:
         result.kind = Kind::HTMLBlock;
         result.literal = literalOf(node);
-        return result;
+        return true;
     case CMARK_NODE_PARAGRAPH:
         result.kind = Kind::Paragraph;
         break;
@@ -184,25 +195,25 @@ std::optional<Node> convert(cmark_node* node, int depth)
         break;
     case CMARK_NODE_THEMATIC_BREAK:
         result.kind = Kind::ThematicBreak;
-        return result;
+        return true;
     case CMARK_NODE_TEXT:
         result.kind = Kind::Text;
         result.literal = literalOf(node);
-        return result;
+        return true;
     case CMARK_NODE_SOFTBREAK:
         result.kind = Kind::SoftBreak;
-        return result;
+        return true;
     case CMARK_NODE_LINEBREAK:
         result.kind = Kind::LineBreak;
-        return result;
+        return true;
     case CMARK_NODE_CODE:
         result.kind = Kind::InlineCode;
         result.literal = literalOf(node);
-        return result;
+        return true;
     case CMARK_NODE_HTML_INLINE:
         result.kind = Kind::InlineHTML;
         result.literal = literalOf(node);
-        return result;
+        return true;
     case CMARK_NODE_EMPH:
         result.kind = Kind::Emphasis;
         break;
@@ -219,10 +230,10 @@ std::optional<Node> convert(cmark_node* node, int depth)
         result.title = optionalString(cmark_node_get_title(node));
         break;
     default:
-        return convertExtension(node, depth);
+        return convertExtension(node, result, depth);
     }
     convertChildren(node, result, depth);
-    return result;
+    return true;
 }
 
 cmark_parser* newParser()
@@ -252,8 +263,10 @@ Node parseDocument(const QString& text)
     const QByteArray source = text.toUtf8();
     cmark_parser_feed(parser.get(), source.constData(), size_t(source.size()));
     std::unique_ptr<cmark_node, NodeDeleter> root(cmark_parser_finish(parser.get()));
-    std::optional<Node> document = root ? convert(root.get(), 0) : std::nullopt;
-    return document ? std::move(*document) : Node(Node::Kind::Document);
+    Node document(Node::Kind::Document);
+    if (root && !convert(root.get(), document, 0))
+        document = Node(Node::Kind::Document);
+    return document;
 }
 
 } // namespace Markdown

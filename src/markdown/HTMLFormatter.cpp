@@ -40,20 +40,20 @@ void HTMLFormatter::write(const Node& node)
         writeChildren(node);
         break;
     case Kind::BlockQuote:
-        out += QLatin1String("<blockquote>\n");
+        out += QStringView(u"<blockquote>\n");
         writeChildren(node);
-        out += QLatin1String("</blockquote>\n");
+        out += QStringView(u"</blockquote>\n");
         break;
     case Kind::CodeBlock:
         if (node.language) {
-            out += QLatin1String("<pre><code class=\"language-");
+            out += QStringView(u"<pre><code class=\"language-");
             out += *node.language;
-            out += QLatin1String("\">");
+            out += QStringView(u"\">");
         } else {
-            out += QLatin1String("<pre><code>");
+            out += QStringView(u"<pre><code>");
         }
         out += node.literal;
-        out += QLatin1String("</code></pre>\n");
+        out += QStringView(u"</code></pre>\n");
         break;
     case Kind::Heading: {
         const QString level = QString::number(node.level);
@@ -63,7 +63,7 @@ void HTMLFormatter::write(const Node& node)
         break;
     }
     case Kind::ThematicBreak:
-        out += QLatin1String("<hr />\n");
+        out += QStringView(u"<hr />\n");
         break;
     case Kind::HTMLBlock:
     case Kind::InlineHTML:
@@ -71,45 +71,45 @@ void HTMLFormatter::write(const Node& node)
         out += node.literal;
         break;
     case Kind::UnorderedList:
-        out += QLatin1String("<ul>\n");
+        out += QStringView(u"<ul>\n");
         writeChildren(node);
-        out += QLatin1String("</ul>\n");
+        out += QStringView(u"</ul>\n");
         break;
     case Kind::OrderedList:
         if (node.startIndex == 1) {
-            out += QLatin1String("<ol>\n");
+            out += QStringView(u"<ol>\n");
         } else {
-            out += QLatin1String("<ol start=\"");
+            out += QStringView(u"<ol start=\"");
             out += QString::number(node.startIndex);
-            out += QLatin1String("\">\n");
+            out += QStringView(u"\">\n");
         }
         writeChildren(node);
-        out += QLatin1String("</ol>\n");
+        out += QStringView(u"</ol>\n");
         break;
     case Kind::ListItem:
-        out += QLatin1String("<li>");
+        out += QStringView(u"<li>");
         if (node.checkbox) {
-            out += QLatin1String("<input type=\"checkbox\" disabled=\"\"");
+            out += QStringView(u"<input type=\"checkbox\" disabled=\"\"");
             if (*node.checkbox == Node::Checkbox::Checked)
-                out += QLatin1String(" checked=\"\"");
-            out += QLatin1String(" /> ");
+                out += QStringView(u" checked=\"\"");
+            out += QStringView(u" /> ");
         }
         writeChildren(node);
-        out += QLatin1String("</li>\n");
+        out += QStringView(u"</li>\n");
         break;
     case Kind::Paragraph:
-        out += QLatin1String("<p>");
+        out += QStringView(u"<p>");
         writeChildren(node);
-        out += QLatin1String("</p>\n");
+        out += QStringView(u"</p>\n");
         break;
     case Kind::Table: {
         // Tables do not nest in Markdown, but raw trees might: keep the outer table's state.
         const auto outerAlignments = std::exchange(alignments, node.columnAlignments);
         const bool outerInHead = std::exchange(inHead, false);
         const qsizetype outerColumn = std::exchange(column, 0);
-        out += QLatin1String("<table>\n");
+        out += QStringView(u"<table>\n");
         writeChildren(node);
-        out += QLatin1String("</table>\n");
+        out += QStringView(u"</table>\n");
         alignments = outerAlignments;
         inHead = outerInHead;
         column = outerColumn;
@@ -118,75 +118,75 @@ void HTMLFormatter::write(const Node& node)
     case Kind::TableHead:
         column = 0;
         inHead = true;
-        out += QLatin1String("<thead>\n<tr>\n");
+        out += QStringView(u"<thead>\n<tr>\n");
         writeChildren(node);
-        out += QLatin1String("</tr>\n</thead>\n");
+        out += QStringView(u"</tr>\n</thead>\n");
         inHead = false;
         break;
     case Kind::TableBody:
         if (node.children.isEmpty())
             break;
-        out += QLatin1String("<tbody>\n");
+        out += QStringView(u"<tbody>\n");
         writeChildren(node);
-        out += QLatin1String("</tbody>\n");
+        out += QStringView(u"</tbody>\n");
         break;
     case Kind::TableRow:
         column = 0;
-        out += QLatin1String("<tr>\n");
+        out += QStringView(u"<tr>\n");
         writeChildren(node);
-        out += QLatin1String("</tr>\n");
+        out += QStringView(u"</tr>\n");
         break;
     case Kind::TableCell:
         writeCell(node);
         break;
     case Kind::InlineCode:
-        out += QLatin1String("<code>");
+        out += QStringView(u"<code>");
         out += node.literal;
-        out += QLatin1String("</code>");
+        out += QStringView(u"</code>");
         break;
     case Kind::Emphasis:
-        out += QLatin1String("<em>");
+        out += QStringView(u"<em>");
         writeChildren(node);
-        out += QLatin1String("</em>");
+        out += QStringView(u"</em>");
         break;
     case Kind::Strong:
-        out += QLatin1String("<strong>");
+        out += QStringView(u"<strong>");
         writeChildren(node);
-        out += QLatin1String("</strong>");
+        out += QStringView(u"</strong>");
         break;
     case Kind::Strikethrough:
-        out += QLatin1String("<del>");
+        out += QStringView(u"<del>");
         writeChildren(node);
-        out += QLatin1String("</del>");
+        out += QStringView(u"</del>");
         break;
     case Kind::Link:
-        out += QLatin1String("<a");
+        out += QStringView(u"<a");
         if (node.destination) {
-            out += QLatin1String(" href=\"");
+            out += QStringView(u" href=\"");
             out += *node.destination;
             out += QLatin1Char('"');
         }
         out += QLatin1Char('>');
         writeChildren(node);
-        out += QLatin1String("</a>");
+        out += QStringView(u"</a>");
         break;
     case Kind::Image:
         // The image's children would be its alt text; this formatter writes no alt.
-        out += QLatin1String("<img");
+        out += QStringView(u"<img");
         if (node.destination && !node.destination->isEmpty()) {
-            out += QLatin1String(" src=\"");
+            out += QStringView(u" src=\"");
             out += *node.destination;
             out += QLatin1Char('"');
         }
         if (node.title && !node.title->isEmpty()) {
-            out += QLatin1String(" title=\"");
+            out += QStringView(u" title=\"");
             out += *node.title;
             out += QLatin1Char('"');
         }
-        out += QLatin1String(" />");
+        out += QStringView(u" />");
         break;
     case Kind::LineBreak:
-        out += QLatin1String("<br />\n");
+        out += QStringView(u"<br />\n");
         break;
     case Kind::SoftBreak:
         out += QLatin1Char('\n');
@@ -206,7 +206,7 @@ void HTMLFormatter::writeCell(const Node& cell)
     out += QLatin1Char('<');
     out += tag;
     if (const auto& alignment = alignments.at(column)) {
-        out += QLatin1String(" align=\"");
+        out += QStringView(u" align=\"");
         out += alignmentName(*alignment);
         out += QLatin1Char('"');
     }
@@ -217,9 +217,9 @@ void HTMLFormatter::writeCell(const Node& cell)
         out += QLatin1String(" colspan=\"") + QString::number(cell.colspan) + QLatin1Char('"');
     out += QLatin1Char('>');
     writeChildren(cell);
-    out += QLatin1String("</");
+    out += QStringView(u"</");
     out += tag;
-    out += QLatin1String(">\n");
+    out += QStringView(u">\n");
 }
 
 } // namespace Markdown

@@ -85,3 +85,6 @@ struct Node
 };
 
 } // namespace Markdown
+
+// Its members are all movable in memory, so lists of children grow without element moves.
+Q_DECLARE_TYPEINFO(Markdown::Node, Q_RELOCATABLE_TYPE);

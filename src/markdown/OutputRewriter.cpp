@@ -30,23 +30,32 @@ QString OutputRewriter::escaped(const QString& text)
     return out;
 }
 
-Node OutputRewriter::visit(Node node) const
+namespace {
+
+void rewrite(Node& node, bool hardBreaks)
 {
     switch (node.kind) {
     case Node::Kind::Text:
     case Node::Kind::InlineCode:
     case Node::Kind::CodeBlock:
-        node.literal = escaped(node.literal);
-        return node;
+        node.literal = OutputRewriter::escaped(node.literal);
+        return;
     case Node::Kind::SoftBreak:
         if (hardBreaks)
             node.kind = Node::Kind::LineBreak;
-        return node;
+        return;
     default:
-        break;
+        for (Node& child : node.children)
+            rewrite(child, hardBreaks);
+        return;
     }
+}
 
-    for (Node& child : node.children)
-        child = visit(std::move(child));
+} // namespace
+
+Node OutputRewriter::visit(Node node) const
+{
+    // In place: the tree is ours, and a copy per node would double the work of a long message.
+    rewrite(node, hardBreaks);
     return node;
 }

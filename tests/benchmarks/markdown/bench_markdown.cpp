@@ -1,0 +1,125 @@
+#include "content/EmailHTML.h"
+#include "markdown/MarkdownRenderer.h"
+
+#include <cmark-gfm-core-extensions.h>
+#include <cmark-gfm.h>
+
+#include <QFile>
+#include <QTest>
+
+#include <cstdlib>
+
+// Markdown of a large message against cmark-gfm's own HTML renderer on the same text, and the
+// plain text of a large HTML newsletter. Figures only; nothing here fails on time.
+class BenchMarkdown : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void markdown_data();
+    void markdown();
+    void newsletterPlainText();
+
+private:
+    QString markdownText;
+    QString newsletterHTML;
+};
+
+namespace {
+
+constexpr qsizetype megabyte = 1024 * 1024;
+
+QString fixture(const QString& path)
+{
+    QFile file(qEnvironmentVariable("VELDRIN_FIXTURES") + QLatin1Char('/') + path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(file.readAll());
+}
+
+// The same parser the renderer uses, with cmark's renderer behind it.
+QByteArray cmarkHTML(const QByteArray& source)
+{
+    cmark_gfm_core_extensions_ensure_registered();
+    cmark_parser* parser = cmark_parser_new(CMARK_OPT_SOURCEPOS | CMARK_OPT_SMART);
+    for (const char* name : {"table", "strikethrough", "tasklist"})
+        cmark_parser_attach_syntax_extension(parser, cmark_find_syntax_extension(name));
+    cmark_parser_feed(parser, source.constData(), size_t(source.size()));
+    cmark_node* document = cmark_parser_finish(parser);
+    char* html =
+        cmark_render_html(document, CMARK_OPT_UNSAFE, cmark_parser_get_syntax_extensions(parser));
+    QByteArray result(html);
+    std::free(html);
+    cmark_node_free(document);
+    cmark_parser_free(parser);
+    return result;
+}
+
+} // namespace
+
+void BenchMarkdown::initTestCase()
+{
+    const QString mail = fixture(QStringLiteral("markdown/mail.md"));
+    const QString newsletter = fixture(QStringLiteral("html/newsletter.html"));
+    QVERIFY(!mail.isEmpty());
+    QVERIFY(!newsletter.isEmpty());
+    // Blank lines between the copies keep each copy's blocks apart.
+    while (markdownText.size() < megabyte)
+        markdownText += mail + QStringLiteral("\n\n");
+    while (newsletterHTML.size() < megabyte)
+        newsletterHTML += newsletter;
+}
+
+void BenchMarkdown::markdown_data()
+{
+    QTest::addColumn<int>("renderer");
+    QTest::newRow("cmark_render_html") << 0;
+    QTest::newRow("MarkdownRenderer::html") << 1;
+    QTest::newRow("MarkdownRenderer::emailDocument") << 2;
+}
+
+void BenchMarkdown::markdown()
+{
+    QFETCH(int, renderer);
+    qsizetype size = 0;
+    if (renderer == 0) {
+        const QByteArray source = markdownText.toUtf8();
+        QBENCHMARK
+        {
+            size = cmarkHTML(source).size();
+        }
+    } else if (renderer == 1) {
+        QBENCHMARK
+        {
+            size = MarkdownRenderer::html(markdownText, false).size();
+        }
+    } else {
+        QBENCHMARK
+        {
+            size = MarkdownRenderer::emailDocument(markdownText, true).size();
+        }
+    }
+    QVERIFY(size > markdownText.size() / 2);
+}
+
+void BenchMarkdown::newsletterPlainText()
+{
+    Email email;
+    email.htmlBody = QList<BodyPart>{BodyPart{.partId = QStringLiteral("1"),
+                                              .blobId = {},
+                                              .size = {},
+                                              .name = {},
+                                              .type = QStringLiteral("text/html"),
+                                              .cid = {},
+                                              .disposition = {}}};
+    email.bodyValues = QMap<QString, BodyValue>{{QStringLiteral("1"), BodyValue{newsletterHTML}}};
+    qsizetype size = 0;
+    QBENCHMARK
+    {
+        size = EmailHTML::plainText(email).size();
+    }
+    QVERIFY(size > 0);
+}
+
+QTEST_GUILESS_MAIN(BenchMarkdown)
+#include "bench_markdown.moc"
