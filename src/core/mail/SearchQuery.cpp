@@ -38,24 +38,23 @@ const QList<GuideEntry> guide = {
 
 namespace {
 
-// The user-perceived characters of a text.
-QStringList characters(const QString& text)
+// Whether a user-perceived character (a grapheme cluster) is whitespace.
+bool isWhitespace(QStringView character)
 {
-    QStringList result;
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
-    qsizetype start = 0;
-    while (finder.toNextBoundary() != -1) {
-        const qsizetype end = finder.position();
-        result.append(text.mid(start, end - start));
-        start = end;
-    }
-    return result;
+    const char32_t first = character.size() >= 2 && character.at(0).isHighSurrogate()
+                               ? QChar::surrogateToUcs4(character.at(0), character.at(1))
+                               : character.at(0).unicode();
+    return QChar::isSpace(first);
 }
 
-bool isWhitespace(const QString& character)
+// A token negated by a leading "-": the dash must be a character of its own, not the base of
+// a combining sequence, and something must follow it.
+bool isNegated(const QString& token)
 {
-    const auto codePoints = character.toUcs4();
-    return !codePoints.isEmpty() && QChar::isSpace(codePoints.first());
+    if (token.size() < 2 || token.at(0) != u'-')
+        return false;
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, token);
+    return finder.toNextBoundary() == 1;
 }
 
 QString path(const Mailbox& mailbox, const QHash<QString, Mailbox>& byId, int depthLeft)
@@ -103,7 +102,12 @@ QStringList tokens(const QString& text)
     QStringList result;
     QString current;
     bool inQuotes = false;
-    for (const QString& character : characters(text)) {
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    qsizetype start = 0;
+    while (finder.toNextBoundary() != -1) {
+        const qsizetype end = finder.position();
+        const QStringView character = QStringView(text).mid(start, end - start);
+        start = end;
         if (character == u"\"") {
             inQuotes = !inQuotes;
         } else if (!inQuotes && isWhitespace(character)) {
@@ -127,15 +131,15 @@ std::optional<std::optional<Mailbox>> folder(const QString& token, const QList<M
     const QString term = lowered.mid(3);
     if (term == u"all" || term == u"anywhere")
         return std::optional<Mailbox>();
-    QHash<QString, Mailbox> byId;
-    for (const Mailbox& mailbox : mailboxes)
-        byId.insert(mailbox.id, mailbox);
     const QString roleAlias = term == u"spam" ? QStringLiteral("junk") : term;
     if (mailboxes.isEmpty())
         return std::nullopt;
     for (const Mailbox& mailbox : mailboxes)
         if (mailbox.name.toLower() == term)
             return std::optional<Mailbox>(mailbox);
+    QHash<QString, Mailbox> byId;
+    for (const Mailbox& mailbox : mailboxes)
+        byId.insert(mailbox.id, mailbox);
     for (const Mailbox& mailbox : mailboxes)
         if (path(mailbox, byId, static_cast<int>(mailboxes.size())).toLower() == term)
             return std::optional<Mailbox>(mailbox);
@@ -244,8 +248,7 @@ QJsonObject filter(const QString& inMailbox, const QString& search, const QList<
     QStringList words;
     for (QString token : tokens(search)) {
         bool negative = false;
-        if (token.startsWith(u'-') && characters(token).size() >= 2 &&
-            characters(token).first() == u"-") {
+        if (isNegated(token)) {
             negative = true;
             token = token.mid(1);
         }
