@@ -19,9 +19,10 @@ QLatin1String alignmentName(Node::Alignment alignment)
 
 } // namespace
 
-QString HTMLFormatter::format(const Node& document)
+QString HTMLFormatter::format(const Node& document, qsizetype sizeHint)
 {
     HTMLFormatter formatter;
+    formatter.out.reserve(sizeHint);
     formatter.write(document);
     return formatter.out;
 }

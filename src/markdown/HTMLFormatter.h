@@ -11,7 +11,9 @@ namespace Markdown {
 class HTMLFormatter
 {
 public:
-    static QString format(const Node& document);
+    // sizeHint, when known, is roughly the expected length of the output; it saves the copies of
+    // a growing string on long documents.
+    static QString format(const Node& document, qsizetype sizeHint = 0);
 
 private:
     HTMLFormatter() = default;

@@ -11,7 +11,9 @@ namespace MarkdownRenderer {
 QString html(const QString& markdown, bool hardBreaks)
 {
     const OutputRewriter rewriter{.hardBreaks = hardBreaks};
-    return Markdown::HTMLFormatter::format(rewriter.visit(Markdown::parseDocument(markdown)));
+    // Markup and escapes make the HTML of a typical message a little longer than its source.
+    return Markdown::HTMLFormatter::format(rewriter.visit(Markdown::parseDocument(markdown)),
+                                           markdown.size() + markdown.size() / 2);
 }
 
 QString emailDocument(const QString& markdown, bool hardBreaks)
