@@ -14,7 +14,8 @@ AppEnvironment AppEnvironment::standard(QNetworkAccessManager* network)
 }
 
 AppState::AppState(AppEnvironment environment, QObject* parent)
-    : QObject(parent), m_environment(std::move(environment))
+    : QObject(parent), m_environment(std::move(environment)),
+      m_maskedEmails(new MaskedEmailStore(this)), m_contacts(new ContactStore(this))
 {
     try {
         m_config = m_environment.configStore.load();

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "app/stores/ContactStore.h"
+#include "app/stores/MaskedEmailStore.h"
 #include "config/AppConfig.h"
 #include "config/ConfigStore.h"
+#include "content/AddressBook.h"
 #include "jmap/Identity.h"
 #include "jmap/JMAPClient.h"
 #include "jmap/Mailbox.h"
@@ -70,6 +73,11 @@ public:
     qint64 maxDelayedSend() const { return m_maxDelayedSend; }
     const std::shared_ptr<MailService>& service() const { return m_service; }
 
+    // The directory windows' lists, and the addresses that recipient fields complete from.
+    MaskedEmailStore* maskedEmails() const { return m_maskedEmails; }
+    ContactStore* contacts() const { return m_contacts; }
+    const AddressBook& addressBook() const { return m_addressBook; }
+
     // Mail on show.
     const QList<Mailbox>& mailboxes() const { return m_mailboxes; }
     void setMailboxes(const QList<Mailbox>& mailboxes);
@@ -116,6 +124,8 @@ private:
     void countActivity(JMAPActivity activity, bool started);
     void tearDownConnection();
     static QCoro::Task<> runConnect(QPointer<AppState> self);
+    static QCoro::Task<> learnRecipients(QPointer<AppState> self,
+                                         std::shared_ptr<MailService> service, QString sentId);
 
     AppEnvironment m_environment;
     AppConfig m_config;
@@ -130,6 +140,9 @@ private:
     bool m_hasMaskedEmail = false;
     bool m_hasContacts = false;
     std::shared_ptr<MailService> m_service;
+    MaskedEmailStore* m_maskedEmails;
+    ContactStore* m_contacts;
+    AddressBook m_addressBook;
     std::function<void(QUuid)> m_openComposeWindow;
     bool m_started = false;
     int m_activeFetches = 0;

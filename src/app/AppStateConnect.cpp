@@ -21,7 +21,22 @@ void AppState::tearDownConnection()
 {
     setIsConnected(false);
     setService(nullptr);
+    m_maskedEmails->setService(nullptr);
+    m_contacts->setService(nullptr);
     setAccess(false, false);
+    m_addressBook = AddressBook();
+}
+
+QCoro::Task<> AppState::learnRecipients(QPointer<AppState> self,
+                                        std::shared_ptr<MailService> service, QString sentId)
+{
+    // Whom the user writes to, most often first; a failure leaves the book empty.
+    try {
+        const QList<EmailAddress> recipients = co_await service->recipients(sentId, 500);
+        if (self && self->m_service == service)
+            self->m_addressBook.add(recipients, true);
+    } catch (...) {
+    }
 }
 
 QCoro::Task<> AppState::connect()
@@ -95,12 +110,16 @@ QCoro::Task<> AppState::connect()
 
     setService(service);
 
+    m_maskedEmails->setService(std::make_shared<MaskedEmailService>(client));
     bool maskedEmail = false;
     try {
         co_await client->maskedEmailAccountId();
         maskedEmail = true;
     } catch (...) {
     }
+    if (!self)
+        co_return;
+    m_contacts->setService(std::make_shared<ContactService>(client));
     bool contacts = false;
     try {
         co_await client->contactsAccountId();
@@ -122,4 +141,7 @@ QCoro::Task<> AppState::connect()
         else
             setSelectedMailboxId(std::nullopt);
     }
+
+    if (const auto sent = mailboxWithRole(QStringLiteral("sent")))
+        learnRecipients(self, service, sent->id);
 }

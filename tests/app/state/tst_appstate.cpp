@@ -143,6 +143,12 @@ void TestAppState::sessionUrlMustBeHttps()
 
 void TestAppState::connectLoadsTheAccount()
 {
+    // The sent mailbox's recipients seed the address book, counted per occurrence.
+    network->respondTo("Email/query", QJsonObject{{"ids", QJsonArray{"e1", "e2"}}});
+    network->respondTo("Email/get", QJsonDocument::fromJson(R"({"list":[
+        {"id":"e1","to":[{"name":"Bob","email":"bob@example.com"}],"cc":null},
+        {"id":"e2","to":[{"email":"carol@example.com"}],"bcc":[{"email":"BOB@example.com"}]}]})")
+                                        .object());
     auto state = makeState();
     QSignalSpy connected(state.get(), &AppState::isConnectedChanged);
     await(state->connect());
@@ -163,6 +169,14 @@ void TestAppState::connectLoadsTheAccount()
     QTRY_COMPARE(state->activeFetches(), 0);
     QCOMPARE(state->activePushes(), 0);
     QCOMPARE(state->mailboxWithRole("sent")->name, QString("Sent"));
+    QTRY_COMPARE(state->addressBook().entries.size(), 2);
+    QCOMPARE(state->addressBook().entries.value("bob@example.com").uses, 2);
+    const RecordedRequest recipients = network->batches().constLast();
+    QCOMPARE(recipients.methodNames(), (QStringList{"Email/query", "Email/get"}));
+    QCOMPARE(recipients.callArguments("query").value("limit").toInt(), 500);
+    // The directory stores talk to the new connection.
+    QVERIFY(state->contacts()->service());
+    QVERIFY(state->maskedEmails()->service());
     QVERIFY(!state->mailbox(std::nullopt));
 }
 
@@ -218,6 +232,8 @@ void TestAppState::selectionSurvivesReconnect()
     QVERIFY(!state->hasToken());
     QVERIFY(!state->isConnected());
     QVERIFY(!state->service());
+    QVERIFY(!state->contacts()->service());
+    QVERIFY(state->addressBook().entries.isEmpty());
     QCOMPARE(state->mailboxes().size(), 3);
 }
 
