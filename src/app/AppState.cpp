@@ -138,6 +138,16 @@ std::optional<Mailbox> AppState::mailboxWithRole(const QString& role) const
     return std::nullopt;
 }
 
+void AppState::toggleCollapsed(const QString& mailboxId)
+{
+    AppConfig changed = m_config;
+    if (!changed.collapsedMailboxes.removeAll(mailboxId))
+        changed.collapsedMailboxes.append(mailboxId);
+    changed.collapsedMailboxes.sort();
+    setConfig(changed);
+    saveConfig();
+}
+
 void AppState::countActivity(JMAPActivity activity, bool started)
 {
     int& counter = activity == JMAPActivity::fetching ? m_activeFetches : m_activePushes;

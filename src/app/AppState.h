@@ -86,6 +86,8 @@ public:
     const QList<Identity>& identities() const { return m_identities; }
     std::optional<Mailbox> mailbox(const std::optional<QString>& id) const;
     std::optional<Mailbox> mailboxWithRole(const QString& role) const;
+    // Opens or closes a folder of the sidebar tree, and saves the choice.
+    void toggleCollapsed(const QString& mailboxId);
 
     // Requests in flight that read and that write.
     int activeFetches() const { return m_activeFetches; }

@@ -3,6 +3,7 @@
 #include "MailboxListModel.h"
 
 #include <QApplication>
+#include <QMouseEvent>
 #include <QPainter>
 
 void MailboxDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
@@ -13,6 +14,8 @@ void MailboxDelegate::paint(QPainter* painter, const QStyleOptionViewItem& optio
     const QString badge = index.data(MailboxListModel::BadgeRole).toString();
     const int badgeWidth = badge.isEmpty() ? 0 : option.fontMetrics.horizontalAdvance(badge) + 16;
     base.rect.setRight(base.rect.right() - badgeWidth);
+    const QRect disclosure = disclosureRect(option, index);
+    base.rect.setLeft(disclosure.right() + 1);
     QStyle* style = option.widget ? option.widget->style() : QApplication::style();
     // The background spans the whole row; the text stops before the badge.
     QStyleOptionViewItem background = option;
@@ -22,6 +25,16 @@ void MailboxDelegate::paint(QPainter* painter, const QStyleOptionViewItem& optio
     base.backgroundBrush = Qt::NoBrush;
     base.state &= ~QStyle::State_HasFocus;
     style->drawControl(QStyle::CE_ItemViewItem, &base, painter, option.widget);
+    if (index.data(MailboxListModel::HasChildrenRole).toBool()) {
+        QStyleOption arrow;
+        arrow.rect = disclosure;
+        arrow.palette = option.palette;
+        arrow.state = option.state;
+        const bool collapsed = index.data(MailboxListModel::CollapsedRole).toBool();
+        style->drawPrimitive(collapsed ? QStyle::PE_IndicatorArrowRight
+                                       : QStyle::PE_IndicatorArrowDown,
+                             &arrow, painter, option.widget);
+    }
     if (badge.isEmpty())
         return;
     painter->save();
@@ -39,4 +52,25 @@ QSize MailboxDelegate::sizeHint(const QStyleOptionViewItem& option, const QModel
     QSize size = QStyledItemDelegate::sizeHint(option, index);
     size.setHeight(std::max(size.height(), option.fontMetrics.height() + 10));
     return size;
+}
+
+QRect MailboxDelegate::disclosureRect(const QStyleOptionViewItem& option, const QModelIndex& index)
+{
+    const int depth = index.data(MailboxListModel::DepthRole).toInt();
+    return QRect(option.rect.left() + 2 + depth * indentPerLevel, option.rect.top(),
+                 disclosureWidth, option.rect.height());
+}
+
+bool MailboxDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,
+                                  const QStyleOptionViewItem& option, const QModelIndex& index)
+{
+    if (event->type() == QEvent::MouseButtonPress &&
+        index.data(MailboxListModel::HasChildrenRole).toBool()) {
+        const auto* mouse = static_cast<QMouseEvent*>(event);
+        if (disclosureRect(option, index).contains(mouse->position().toPoint())) {
+            Q_EMIT toggleCollapsedRequested(index.data(MailboxListModel::IdRole).toString());
+            return true;
+        }
+    }
+    return QStyledItemDelegate::editorEvent(event, model, option, index);
 }

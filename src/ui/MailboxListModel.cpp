@@ -6,13 +6,23 @@
 MailboxListModel::MailboxListModel(AppState* state, QObject* parent)
     : QAbstractListModel(parent), m_state(state)
 {
-    QObject::connect(state, &AppState::mailboxesChanged, this,
-                     [this] { update(m_state->mailboxes()); });
-    QObject::connect(state, &AppState::configChanged, this, [this] {
-        if (!m_rows.isEmpty())
-            Q_EMIT dataChanged(index(0), index(int(m_rows.size()) - 1), {BadgeRole});
-    });
-    update(state->mailboxes());
+    for (auto signal : {&AppState::mailboxesChanged, &AppState::configChanged,
+                        &AppState::selectedMailboxIdChanged})
+        QObject::connect(state, signal, this, &MailboxListModel::rebuild);
+    rebuild();
+}
+
+void MailboxListModel::rebuild()
+{
+    const AppConfig& config = m_state->config();
+    const QSet<QString> hiding(config.hideWhenEmpty.begin(), config.hideWhenEmpty.end());
+    const QSet<QString> collapsed(config.collapsedMailboxes.begin(),
+                                  config.collapsedMailboxes.end());
+    update(MailboxTree::hierarchy(m_state->mailboxes(), hiding, m_state->selectedMailboxId(),
+                                  collapsed, config.mailboxOrder));
+    // The badge and the disclosure state read settings that a row comparison does not see.
+    if (!m_rows.isEmpty())
+        Q_EMIT dataChanged(index(0), index(int(m_rows.size()) - 1), {BadgeRole, CollapsedRole});
 }
 
 int MailboxListModel::rowCount(const QModelIndex& parent) const
@@ -24,7 +34,8 @@ QVariant MailboxListModel::data(const QModelIndex& index, int role) const
 {
     if (!index.isValid() || index.row() >= m_rows.size())
         return {};
-    const Mailbox& mailbox = m_rows.at(index.row());
+    const MailboxNode& node = m_rows.at(index.row());
+    const Mailbox& mailbox = node.mailbox;
     switch (role) {
     case Qt::DisplayRole:
     case Qt::AccessibleTextRole:
@@ -44,6 +55,12 @@ QVariant MailboxListModel::data(const QModelIndex& index, int role) const
         return badge(mailbox, m_state && m_state->config().showTotalCount.contains(mailbox.id));
     case UnreadRole:
         return mailbox.unreadThreads > 0;
+    case DepthRole:
+        return node.depth;
+    case HasChildrenRole:
+        return node.hasChildren;
+    case CollapsedRole:
+        return m_state && m_state->config().collapsedMailboxes.contains(mailbox.id);
     default:
         return {};
     }
@@ -56,13 +73,16 @@ QHash<int, QByteArray> MailboxListModel::roleNames() const
     names.insert(RoleRole, "role");
     names.insert(BadgeRole, "badge");
     names.insert(UnreadRole, "unread");
+    names.insert(DepthRole, "depth");
+    names.insert(HasChildrenRole, "hasChildren");
+    names.insert(CollapsedRole, "collapsed");
     return names;
 }
 
 int MailboxListModel::rowOf(const QString& id) const
 {
     for (int row = 0; row < m_rows.size(); ++row)
-        if (m_rows.at(row).id == id)
+        if (m_rows.at(row).mailbox.id == id)
             return row;
     return -1;
 }
@@ -93,11 +113,11 @@ QString MailboxListModel::iconName(const std::optional<QString>& role)
     return byRole.value(role.value_or(QString()), QStringLiteral("folder"));
 }
 
-void MailboxListModel::update(const QList<Mailbox>& mailboxes)
+void MailboxListModel::update(const QList<MailboxNode>& rows)
 {
-    for (int target = 0; target < mailboxes.size(); ++target) {
-        const Mailbox& wanted = mailboxes.at(target);
-        if (target < m_rows.size() && m_rows.at(target).id == wanted.id) {
+    for (int target = 0; target < rows.size(); ++target) {
+        const MailboxNode& wanted = rows.at(target);
+        if (target < m_rows.size() && m_rows.at(target).mailbox.id == wanted.mailbox.id) {
             if (!(m_rows.at(target) == wanted)) {
                 m_rows[target] = wanted;
                 Q_EMIT dataChanged(index(target), index(target));
@@ -106,7 +126,7 @@ void MailboxListModel::update(const QList<Mailbox>& mailboxes)
         }
         int found = -1;
         for (int row = target + 1; row < m_rows.size(); ++row)
-            if (m_rows.at(row).id == wanted.id) {
+            if (m_rows.at(row).mailbox.id == wanted.mailbox.id) {
                 found = row;
                 break;
             }
@@ -124,9 +144,9 @@ void MailboxListModel::update(const QList<Mailbox>& mailboxes)
             endInsertRows();
         }
     }
-    if (m_rows.size() > mailboxes.size()) {
-        beginRemoveRows({}, int(mailboxes.size()), int(m_rows.size()) - 1);
-        m_rows.resize(mailboxes.size());
+    if (m_rows.size() > rows.size()) {
+        beginRemoveRows({}, int(rows.size()), int(m_rows.size()) - 1);
+        m_rows.resize(rows.size());
         endRemoveRows();
     }
 }

@@ -1,14 +1,15 @@
 #pragma once
 
-#include "jmap/Mailbox.h"
+#include "mail/MailboxTree.h"
 
 #include <QAbstractListModel>
 #include <QPointer>
 
 class AppState;
 
-// The sidebar's rows: the mailboxes of AppState, updated in place so that selection and
-// scroll position survive a refresh.
+// The sidebar's rows: the mailbox tree of AppState, flattened with the user's order, hidden
+// and collapsed folders applied, and updated in place so that selection and scroll position
+// survive a refresh.
 class MailboxListModel : public QAbstractListModel
 {
     Q_OBJECT
@@ -19,6 +20,9 @@ public:
         RoleRole,
         BadgeRole,
         UnreadRole,
+        DepthRole,
+        HasChildrenRole,
+        CollapsedRole,
     };
 
     explicit MailboxListModel(AppState* state, QObject* parent = nullptr);
@@ -34,10 +38,13 @@ public:
     // The icon theme name for a mailbox role.
     static QString iconName(const std::optional<QString>& role);
 
-    // Brings the rows to `mailboxes` with inserts, moves, removals and changes.
-    void update(const QList<Mailbox>& mailboxes);
+    // Brings the rows to `rows` with inserts, moves, removals and changes.
+    void update(const QList<MailboxNode>& rows);
 
 private:
+    // The rows as the state and the settings say they are now.
+    void rebuild();
+
     QPointer<AppState> m_state;
-    QList<Mailbox> m_rows;
+    QList<MailboxNode> m_rows;
 };

@@ -54,7 +54,10 @@ SidebarView::SidebarView(AppState* state, QWidget* parent)
     m_list = new QListView(m_stack);
     m_list->setObjectName(QStringLiteral("mailboxList"));
     m_list->setModel(m_model);
-    m_list->setItemDelegate(new MailboxDelegate(m_list));
+    auto* delegate = new MailboxDelegate(m_list);
+    m_list->setItemDelegate(delegate);
+    QObject::connect(delegate, &MailboxDelegate::toggleCollapsedRequested, state,
+                     &AppState::toggleCollapsed);
     m_list->setFrameShape(QFrame::NoFrame);
     m_list->setSelectionMode(QAbstractItemView::SingleSelection);
     m_list->setEditTriggers(QAbstractItemView::NoEditTriggers);

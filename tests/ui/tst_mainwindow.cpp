@@ -41,6 +41,11 @@ Mailbox box(const QString& id, qint64 unread, qint64 total)
     return mailbox;
 }
 
+MailboxNode node(const QString& id, qint64 unread, qint64 total)
+{
+    return MailboxNode{box(id, unread, total), 0, false};
+}
+
 } // namespace
 
 class TestMainWindow : public QObject
@@ -56,6 +61,7 @@ private Q_SLOTS:
     void badges_data();
     void badges();
     void modelUpdatesRowsInPlace();
+    void sidebarShowsTheTree();
 
 private:
     std::unique_ptr<AppState> makeState();
@@ -254,17 +260,55 @@ void TestMainWindow::modelUpdatesRowsInPlace()
     auto state = makeState();
     MailboxListModel model(state.get());
     QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
-    model.update({box("a", 0, 1), box("b", 1, 1), box("c", 0, 0)});
+    model.update({node("a", 0, 1), node("b", 1, 1), node("c", 0, 0)});
     QPersistentModelIndex b = model.index(1);
-    model.update({box("c", 0, 0), box("a", 2, 3), box("b", 1, 1), box("d", 0, 0)});
+    model.update({node("c", 0, 0), node("a", 2, 3), node("b", 1, 1), node("d", 0, 0)});
     QCOMPARE(model.rowCount(), 4);
     QVERIFY(b.isValid());
     QCOMPARE(b.row(), 2); // moved, not reset
     QCOMPARE(model.index(1).data(MailboxListModel::BadgeRole).toString(), QString("2"));
-    model.update({box("b", 1, 1)});
+    model.update({node("b", 1, 1)});
     QCOMPARE(model.rowCount(), 1);
     QVERIFY(b.isValid());
     QCOMPARE(b.row(), 0);
+}
+
+void TestMainWindow::sidebarShowsTheTree()
+{
+    auto state = makeState();
+    Mailbox projects = box("projects", 0, 0);
+    projects.name = "Projects";
+    Mailbox veldrin = box("veldrin", 1, 2);
+    veldrin.name = "Veldrin";
+    veldrin.parentId = "projects";
+    Mailbox inbox = box("inbox", 0, 5);
+    inbox.role = "inbox";
+    Mailbox empty = box("old", 0, 0);
+    empty.name = "Trips";
+    state->setMailboxes({projects, veldrin, inbox, empty});
+    MailboxListModel model(state.get());
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    // The inbox leads by role; the subfolder sits under its parent, one level in.
+    QCOMPARE(model.rowCount(), 4);
+    QCOMPARE(model.index(0).data(MailboxListModel::IdRole).toString(), QString("inbox"));
+    QCOMPARE(model.index(2).data(MailboxListModel::IdRole).toString(), QString("veldrin"));
+    QCOMPARE(model.index(2).data(MailboxListModel::DepthRole).toInt(), 1);
+    QVERIFY(model.index(1).data(MailboxListModel::HasChildrenRole).toBool());
+
+    state->toggleCollapsed("projects");
+    QCOMPARE(state->config().collapsedMailboxes, QStringList{"projects"});
+    QCOMPARE(model.rowCount(), 3);
+    QVERIFY(model.index(1).data(MailboxListModel::CollapsedRole).toBool());
+    state->toggleCollapsed("projects");
+    QCOMPARE(model.rowCount(), 4);
+
+    // An empty folder hidden when empty leaves the list, unless it is the one on show.
+    AppConfig config = state->config();
+    config.hideWhenEmpty = {"old"};
+    state->setConfig(config);
+    QCOMPARE(model.rowCount(), 3);
+    state->setSelectedMailboxId("old");
+    QCOMPARE(model.rowCount(), 4);
 }
 
 QTEST_MAIN(TestMainWindow)
