@@ -1,5 +1,6 @@
 #include "AppState.h"
 
+#include "DemoData.h"
 #include "config/Keychain.h"
 
 #include <QDir>
@@ -10,6 +11,7 @@ AppEnvironment AppEnvironment::standard(QNetworkAccessManager* network)
     environment.network = network;
     environment.readToken = [] { return Keychain::readToken(); };
     environment.saveToken = [](const QString& token) { return Keychain::saveToken(token); };
+    environment.demo = DemoData::isDemo();
     return environment;
 }
 
@@ -180,7 +182,24 @@ void AppState::start(std::function<void(QUuid)> openCompose)
     m_started = true;
     if (m_environment.installKeyMonitor)
         m_environment.installKeyMonitor();
+    if (m_environment.demo) {
+        loadDemoData();
+        return;
+    }
     runConnect(this);
+}
+
+void AppState::loadDemoData()
+{
+    setMailboxes(DemoData::mailboxes());
+    m_addressBook.add(DemoData::senders(), true);
+    m_maskedEmails->setItems(DemoData::maskedEmails(QDateTime::currentDateTime()));
+    m_contacts->setItems(DemoData::contacts());
+    setAccountName(DemoData::accountName());
+    setSelectedMailboxId(QStringLiteral("inbox"));
+    setHasToken(true);
+    setIsConnected(true);
+    setAccess(true, true);
 }
 
 QCoro::Task<> AppState::runConnect(QPointer<AppState> self)

@@ -33,6 +33,8 @@ struct AppEnvironment
     std::function<bool(const QString&)> saveToken;
     // Installs the application's key monitor; called once per process by start().
     std::function<void()> installKeyMonitor;
+    // Demo mode: made-up data, no network, no keychain.
+    bool demo = false;
 
     // The real keychain, the settings file in the home directory.
     static AppEnvironment standard(QNetworkAccessManager* network);
@@ -99,6 +101,8 @@ public:
     // Turns the token and session URL into a working mail session. Never throws: failures
     // land in errorMessage.
     QCoro::Task<> connect();
+    // Fills the state with made-up mail, contacts and masked addresses (demo mode).
+    void loadDemoData();
     // The one road by which background failures reach the error bar; silent for cancellation.
     void report(std::exception_ptr error);
     void report(const Error& error);

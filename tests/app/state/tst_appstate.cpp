@@ -37,6 +37,7 @@ private Q_SLOTS:
     void reportIsSilentForCancellation();
     void saveConfigFailureKeepsSettings();
     void startRunsOnce();
+    void demoModeNeedsNoAccount();
 
 private:
     std::unique_ptr<AppState> makeState();
@@ -298,6 +299,36 @@ void TestAppState::startRunsOnce()
     state.start([&secondCalls](QUuid) { ++secondCalls; });
     QCOMPARE(monitors, 1);
     QTRY_VERIFY(state.hasStarted());
+}
+
+void TestAppState::demoModeNeedsNoAccount()
+{
+    bool tokenRead = false;
+    AppEnvironment environment;
+    environment.network = network.get();
+    environment.configStore = ConfigStore(configPath);
+    environment.readToken = [&tokenRead] {
+        tokenRead = true;
+        return std::optional<QString>("fmu1-real");
+    };
+    environment.saveToken = [](const QString&) { return true; };
+    environment.demo = true;
+    AppState state(environment);
+    state.start([](QUuid) {});
+    QVERIFY(state.isConnected());
+    QVERIFY(state.hasToken());
+    QVERIFY(state.hasMaskedEmail() && state.hasContacts());
+    QCOMPARE(state.mailboxWithRole("inbox")->id, *state.selectedMailboxId());
+    QVERIFY(!state.contacts()->items().isEmpty());
+    QVERIFY(!state.maskedEmails()->items().isEmpty());
+    QVERIFY(!state.addressBook().entries.isEmpty());
+    // Every address is at a reserved example domain.
+    for (const Contact& contact : state.contacts()->items())
+        for (const auto& entry : contact.emails)
+            QVERIFY(entry.value.endsWith("example.com") || entry.value.endsWith("example.org") ||
+                    entry.value.endsWith("example.net"));
+    QVERIFY(!tokenRead);
+    QVERIFY(network->requests().isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestAppState)
