@@ -1,6 +1,8 @@
 #include "content/EmailHTML.h"
 
 #include <QFile>
+#include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QTest>
 
 // The display document of a message, its remote-content test and its plain text.
@@ -22,6 +24,9 @@ private Q_SLOTS:
     void plainTextOfHTML_data();
     void plainTextOfHTML();
     void newsletterPlainText();
+    void stripTagsAgreesWithTheRegularExpressions();
+    void hostileSizesStayFast_data();
+    void hostileSizesStayFast();
 };
 
 namespace {
@@ -388,6 +393,103 @@ void TestEmailHTML::newsletterPlainText()
     const QString expected = fixture(QStringLiteral("html/newsletter.txt"));
     QVERIFY(!html.isEmpty());
     QCOMPARE(EmailHTML::plainText(htmlOnly(html)), expected);
+}
+
+namespace {
+
+// The rules of stripTags as plain regular-expression replacements: slow on hostile input, but
+// the meaning that the fast version must keep.
+QString referenceStripTags(QString text)
+{
+    const auto ci = QRegularExpression::CaseInsensitiveOption;
+    text.replace(
+        QRegularExpression(QStringLiteral("<(style|script|head)\\b[^>]*>[\\s\\S]*?</\\1>"), ci),
+        QString());
+    text.replace(QRegularExpression(QStringLiteral("<br\\s*/?>"), ci), QStringLiteral("\n"));
+    text.replace(QRegularExpression(QStringLiteral("</(p|div|tr|li|h[1-6]|blockquote)>"), ci),
+                 QStringLiteral("\n"));
+    text.replace(QRegularExpression(QStringLiteral("<[^>]+>"), ci), QString());
+    text.replace(QStringLiteral("&nbsp;"), QStringLiteral(" "));
+    text.replace(QStringLiteral("&lt;"), QStringLiteral("<"));
+    text.replace(QStringLiteral("&gt;"), QStringLiteral(">"));
+    text.replace(QStringLiteral("&quot;"), QStringLiteral("\""));
+    text.replace(QStringLiteral("&#39;"), QStringLiteral("'"));
+    text.replace(QStringLiteral("&amp;"), QStringLiteral("&"));
+    text.replace(QRegularExpression(QStringLiteral("[ \\t]+\\n")), QStringLiteral("\n"));
+    text.replace(QRegularExpression(QStringLiteral("\\n{3,}")), QStringLiteral("\n\n"));
+    return text.trimmed();
+}
+
+} // namespace
+
+void TestEmailHTML::stripTagsAgreesWithTheRegularExpressions()
+{
+    // Random strings built from the pieces the rules react to, with a fixed seed.
+    const QStringList pieces{"<",
+                             ">",
+                             "/",
+                             "style",
+                             "STYLE",
+                             "Script",
+                             "head",
+                             "header",
+                             "</style>",
+                             "</SCRIPT>",
+                             "</head>",
+                             "<br",
+                             "</p>",
+                             "</Div>",
+                             " ",
+                             "\t",
+                             "\n",
+                             "x",
+                             "&amp;",
+                             "&lt;",
+                             "&nbsp;",
+                             "-",
+                             "_",
+                             "\u017F",
+                             "\u00e9",
+                             "<style>",
+                             "<head x>",
+                             "</h7>",
+                             "<>",
+                             "<\u017Ftyle>",
+                             "</\u017Fcript>",
+                             "tyle",
+                             "<script>"};
+    QRandomGenerator random(20261121);
+    for (int round = 0; round < 3000; ++round) {
+        QString html;
+        const int length = random.bounded(1, 24);
+        for (int k = 0; k < length; ++k)
+            html += pieces.at(random.bounded(int(pieces.size())));
+        QCOMPARE(EmailHTML::stripTags(html), referenceStripTags(html));
+    }
+}
+
+void TestEmailHTML::hostileSizesStayFast_data()
+{
+    QTest::addColumn<QString>("html");
+    QTest::addColumn<QString>("text");
+
+    // Each would take minutes if every failed start rescanned the rest of the message.
+    const int count = 200000;
+    QTest::newRow("unclosed style elements")
+        << QStringLiteral("<style>x").repeated(count) << QString(count, 'x');
+    QTest::newRow("style tags without a bracket")
+        << QStringLiteral("<style ").repeated(count)
+        << QStringLiteral("<style ").repeated(count).trimmed();
+    QTest::newRow("opening brackets only") << QString(count, '<') << QString(count, '<');
+    QTest::newRow("blanks without a line feed") << QStringLiteral("a \t").repeated(count)
+                                                << QStringLiteral("a \t").repeated(count).trimmed();
+}
+
+void TestEmailHTML::hostileSizesStayFast()
+{
+    QFETCH(QString, html);
+    QFETCH(QString, text);
+    QCOMPARE(EmailHTML::plainText(htmlOnly(html)), text);
 }
 
 QTEST_GUILESS_MAIN(TestEmailHTML)
