@@ -260,12 +260,30 @@ cmark_parser* newParser()
 Node parseDocument(const QString& text)
 {
     std::unique_ptr<cmark_parser, ParserDeleter> parser(newParser());
-    const QByteArray source = text.toUtf8();
-    cmark_parser_feed(parser.get(), source.constData(), size_t(source.size()));
+    {
+        const QByteArray source = text.toUtf8();
+        cmark_parser_feed(parser.get(), source.constData(), size_t(source.size()));
+    }
     std::unique_ptr<cmark_node, NodeDeleter> root(cmark_parser_finish(parser.get()));
+    parser.reset();
+
     Node document(Node::Kind::Document);
-    if (root && !convert(root.get(), document, 0))
-        document = Node(Node::Kind::Document);
+    if (!root)
+        return document;
+    // Each top-level block is freed as soon as it is converted, so that the new tree reuses
+    // its memory instead of growing beside the whole of cmark's.
+    qsizetype count = 0;
+    for (cmark_node* child = cmark_node_first_child(root.get()); child;
+         child = cmark_node_next(child))
+        ++count;
+    document.children.resize(count);
+    qsizetype filled = 0;
+    while (cmark_node* child = cmark_node_first_child(root.get())) {
+        if (convert(child, document.children[filled], 1))
+            ++filled;
+        cmark_node_free(child);
+    }
+    document.children.resize(filled);
     return document;
 }
 
