@@ -185,8 +185,8 @@ QCollator Contact::collator()
 {
     // The C locale compares code points and ignores numeric mode; a plain English collation is
     // the closer match to what a user expects of "Item 9" and "Item 10".
-    const QLocale locale = QLocale().language() == QLocale::C ? QLocale(QLocale::English)
-                                                              : QLocale();
+    const QLocale locale =
+        QLocale().language() == QLocale::C ? QLocale(QLocale::English) : QLocale();
     QCollator collator(locale);
     collator.setNumericMode(true);
     collator.setCaseSensitivity(Qt::CaseInsensitive);
