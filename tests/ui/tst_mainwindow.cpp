@@ -1,3 +1,4 @@
+#include "AppTestEnvironment.h"
 #include "FakeNetwork.h"
 #include "app/AppState.h"
 #include "ui/AccountSettings.h"
@@ -67,8 +68,7 @@ private:
     std::unique_ptr<AppState> makeState();
     QTemporaryDir home;
     std::unique_ptr<FakeNetwork> network;
-    std::optional<QString> token;
-    bool keychainWorks = true;
+    MemorySecretStore keychain;
 };
 
 void TestMainWindow::init()
@@ -84,28 +84,14 @@ void TestMainWindow::init()
         {"id":"pr","name":"Projects","sortOrder":7,"totalEmails":12,"unreadEmails":1,"totalThreads":8,"unreadThreads":1}]})")
                                           .object());
     network->respondTo("Identity/get", QJsonObject{{"list", QJsonArray()}});
-    token.reset();
-    keychainWorks = true;
+    keychain = MemorySecretStore();
 }
 
 std::unique_ptr<AppState> TestMainWindow::makeState()
 {
-    AppEnvironment environment;
-    environment.network = network.get();
-    environment.configStore =
-        ConfigStore(home.filePath(QString::fromLatin1(QTest::currentTestFunction()) + ".json"));
-    environment.readToken = [this] { return token; };
-    environment.saveToken = [this](const QString& value) {
-        if (!keychainWorks)
-            return false;
-        token = value.isEmpty() ? std::nullopt : std::optional<QString>(value);
-        return true;
-    };
-    auto state = std::make_unique<AppState>(environment);
-    AppConfig config = state->config();
-    config.sessionUrl = FakeNetwork::sessionUrl().toString();
-    state->setConfig(config);
-    return state;
+    return makeTestState(network.get(),
+                         home.filePath(QString::fromLatin1(QTest::currentTestFunction()) + ".json"),
+                         keychain, FakeNetwork::sessionUrl().toString());
 }
 
 void TestMainWindow::noTokenShowsThePrompt()
@@ -151,7 +137,7 @@ void TestMainWindow::accountTabConnectsAndFillsTheSidebar()
     QTest::keyClicks(field, "  fmu1-pasted-token  ");
     settings->account()->saveButton()->click();
     QCOMPARE(field->text(), QString()); // the secret leaves the field at once
-    QCOMPARE(token, std::optional<QString>("fmu1-pasted-token"));
+    QCOMPARE(storedToken(keychain), std::optional<QString>("fmu1-pasted-token"));
 
     QListView* list = window.sidebar()->list();
     QTRY_COMPARE(list->model()->rowCount(), 7);
@@ -177,7 +163,7 @@ void TestMainWindow::accountTabConnectsAndFillsTheSidebar()
 
 void TestMainWindow::failureStandsInTheErrorBarUntilDismissed()
 {
-    token = QStringLiteral("fmu1-old");
+    keychain.data = QByteArray("fmu1-old");
     network->setResponse(FakeNetwork::sessionUrl(), {401, ""});
     auto state = makeState();
     MainWindow window(state.get());
@@ -205,7 +191,7 @@ void TestMainWindow::failureStandsInTheErrorBarUntilDismissed()
 
 void TestMainWindow::failedKeychainWriteKeepsTheTypedToken()
 {
-    keychainWorks = false;
+    keychain.failAdds = true;
     auto state = makeState();
     SettingsWindow settings(state.get());
     settings.show();
@@ -220,14 +206,14 @@ void TestMainWindow::failedKeychainWriteKeepsTheTypedToken()
 
 void TestMainWindow::removeTokenReturnsToThePrompt()
 {
-    token = QStringLiteral("fmu1-old");
+    keychain.data = QByteArray("fmu1-old");
     auto state = makeState();
     MainWindow window(state.get());
     window.show();
     QTRY_VERIFY(state->isConnected());
     window.settingsWindow()->account()->removeToken();
     QTRY_VERIFY(!state->hasToken());
-    QVERIFY(!token);
+    QVERIFY(!storedToken(keychain));
     QVERIFY(!state->isConnected());
     auto* stack = window.sidebar()->findChild<QStackedWidget*>();
     QCOMPARE(stack->currentWidget()->objectName(), QString("noTokenState"));

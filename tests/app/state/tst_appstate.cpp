@@ -1,3 +1,4 @@
+#include "AppTestEnvironment.h"
 #include "AsyncTest.h"
 #include "FakeNetwork.h"
 #include "app/AppState.h"
@@ -43,7 +44,7 @@ private:
     std::unique_ptr<AppState> makeState();
     QTemporaryDir home;
     std::unique_ptr<FakeNetwork> network;
-    std::optional<QString> token;
+    MemorySecretStore keychain;
     QString configPath;
 };
 
@@ -55,26 +56,15 @@ void TestAppState::init()
         "Identity/get",
         QJsonObject{{"list", QJsonArray{QJsonObject{
                                  {"id", "i1"}, {"name", "Ann"}, {"email", "ann@example.com"}}}}});
-    token = QStringLiteral("fmu1-secret");
+    keychain = MemorySecretStore();
+    keychain.data = QByteArray("fmu1-secret");
     configPath = home.filePath(
         QStringLiteral("config-%1/veldrin/config.json").arg(QTest::currentTestFunction()));
 }
 
 std::unique_ptr<AppState> TestAppState::makeState()
 {
-    AppEnvironment environment;
-    environment.network = network.get();
-    environment.configStore = ConfigStore(configPath);
-    environment.readToken = [this] { return token; };
-    environment.saveToken = [this](const QString& value) {
-        token = value.isEmpty() ? std::nullopt : std::optional<QString>(value);
-        return true;
-    };
-    auto state = std::make_unique<AppState>(environment);
-    AppConfig config = state->config();
-    config.sessionUrl = FakeNetwork::sessionUrl().toString();
-    state->setConfig(config);
-    return state;
+    return makeTestState(network.get(), configPath, keychain, FakeNetwork::sessionUrl().toString());
 }
 
 void TestAppState::badConfigFileFallsBackToDefaults()
@@ -101,15 +91,15 @@ void TestAppState::badConfigFileFallsBackToDefaults()
 
 void TestAppState::connectWithoutTokenIsNotAnError_data()
 {
-    QTest::addColumn<std::optional<QString>>("stored");
-    QTest::newRow("absent") << std::optional<QString>();
-    QTest::newRow("empty") << std::optional<QString>(QString());
+    QTest::addColumn<std::optional<QByteArray>>("stored");
+    QTest::newRow("absent") << std::optional<QByteArray>();
+    QTest::newRow("empty") << std::optional<QByteArray>(QByteArray(""));
 }
 
 void TestAppState::connectWithoutTokenIsNotAnError()
 {
-    QFETCH(std::optional<QString>, stored);
-    token = stored;
+    QFETCH(std::optional<QByteArray>, stored);
+    keychain.data = stored;
     auto state = makeState();
     await(state->connect());
     QVERIFY(!state->hasToken());
@@ -228,7 +218,7 @@ void TestAppState::selectionSurvivesReconnect()
     await(state->connect());
     QCOMPARE(state->selectedMailboxId(), std::optional<QString>("sent"));
     // Removing the token tears the session down but keeps the lists on show.
-    token.reset();
+    keychain.data.reset();
     await(state->connect());
     QVERIFY(!state->hasToken());
     QVERIFY(!state->isConnected());

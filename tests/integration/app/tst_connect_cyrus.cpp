@@ -1,5 +1,5 @@
+#include "AppTestEnvironment.h"
 #include "AsyncTest.h"
-#include "MemorySecretStore.h"
 #include "app/AppState.h"
 #include "config/Keychain.h"
 #include "ui/AccountSettings.h"
@@ -31,7 +31,7 @@ private Q_SLOTS:
     void aWrongTokenIsRejected();
 
 private:
-    AppEnvironment environment(MemorySecretStore& store);
+    std::unique_ptr<AppState> makeState(MemorySecretStore& store);
     QString sessionUrl;
     QString token;
     QTemporaryDir home;
@@ -46,25 +46,19 @@ void TestConnectCyrus::initTestCase()
         QSKIP("No test server: run under tests/integration/harness/with-cyrus.sh");
 }
 
-AppEnvironment TestConnectCyrus::environment(MemorySecretStore& store)
+std::unique_ptr<AppState> TestConnectCyrus::makeState(MemorySecretStore& store)
 {
-    AppEnvironment result;
-    result.network = &network;
-    result.configStore = ConfigStore(
-        home.filePath(QString::fromLatin1(QTest::currentTestFunction()) + "/config.json"));
-    result.readToken = [&store] { return Keychain::readToken(store); };
-    result.saveToken = [&store](const QString& value) { return Keychain::saveToken(store, value); };
-    return result;
+    return makeTestState(
+        &network, home.filePath(QString::fromLatin1(QTest::currentTestFunction()) + "/config.json"),
+        store, sessionUrl);
 }
 
 void TestConnectCyrus::connectLoadsSessionMailboxesAndIdentities()
 {
     MemorySecretStore store;
     QVERIFY(Keychain::saveToken(store, token));
-    AppState state(environment(store));
-    AppConfig config = state.config();
-    config.sessionUrl = sessionUrl;
-    state.setConfig(config);
+    auto owner = makeState(store);
+    AppState& state = *owner;
 
     AsyncTest::await(state.connect());
     QVERIFY2(!state.errorMessage(), qPrintable(state.errorMessage().value_or(QString())));
@@ -92,10 +86,8 @@ void TestConnectCyrus::connectLoadsSessionMailboxesAndIdentities()
 void TestConnectCyrus::aTokenPastedInSettingsFillsTheSidebar()
 {
     MemorySecretStore store;
-    AppState state(environment(store));
-    AppConfig config = state.config();
-    config.sessionUrl = sessionUrl;
-    state.setConfig(config);
+    auto owner = makeState(store);
+    AppState& state = *owner;
     MainWindow window(&state);
     window.resize(1000, 600);
     window.show();
@@ -128,10 +120,8 @@ void TestConnectCyrus::aWrongTokenIsRejected()
 {
     MemorySecretStore store;
     QVERIFY(Keychain::saveToken(store, "not-a-valid-token"));
-    AppState state(environment(store));
-    AppConfig config = state.config();
-    config.sessionUrl = sessionUrl;
-    state.setConfig(config);
+    auto owner = makeState(store);
+    AppState& state = *owner;
     AsyncTest::await(state.connect());
     QCOMPARE(state.errorMessage(),
              std::optional<QString>("Fastmail rejected the API token. Check it in Settings."));

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "MemorySecretStore.h"
+#include "app/AppState.h"
+#include "config/Keychain.h"
+
+#include <QNetworkAccessManager>
+
+#include <memory>
+
+// For tests of the app and interface layers (which link veldrin_app): an AppState on the given
+// network, with its settings file at `configPath`, its keychain in memory and its session URL
+// set to `sessionUrl`.
+inline std::unique_ptr<AppState> makeTestState(QNetworkAccessManager* network,
+                                               const QString& configPath,
+                                               MemorySecretStore& keychain,
+                                               const QString& sessionUrl)
+{
+    AppEnvironment environment;
+    environment.network = network;
+    environment.configStore = ConfigStore(configPath);
+    environment.readToken = [&keychain] { return Keychain::readToken(keychain); };
+    environment.saveToken = [&keychain](const QString& token) {
+        return Keychain::saveToken(keychain, token);
+    };
+    auto state = std::make_unique<AppState>(environment);
+    AppConfig config = state->config();
+    config.sessionUrl = sessionUrl;
+    state->setConfig(config);
+    return state;
+}
+
+// The token the keychain holds now, as the program would read it.
+inline std::optional<QString> storedToken(MemorySecretStore& keychain)
+{
+    return Keychain::readToken(keychain);
+}
