@@ -1,4 +1,5 @@
 #include "EmailAddresses.h"
+#include "TextTrim.h"
 
 #include <QTextBoundaryFinder>
 
@@ -35,22 +36,6 @@ QList<Piece> split(const QString& text)
     return pieces;
 }
 
-bool isBlankOrTab(QChar c)
-{
-    return c == u' ' || c == u'\t';
-}
-
-QString trimmedOf(QStringView text, bool (*trims)(QChar))
-{
-    qsizetype begin = 0;
-    qsizetype end = text.size();
-    while (begin < end && trims(text[begin]))
-        ++begin;
-    while (end > begin && trims(text[end - 1]))
-        --end;
-    return text.mid(begin, end - begin).toString();
-}
-
 std::optional<EmailAddress> parse(QStringView piece)
 {
     const QString text = piece.trimmed().toString();
@@ -59,8 +44,9 @@ std::optional<EmailAddress> parse(QStringView piece)
     const qsizetype open = text.lastIndexOf(u'<');
     const qsizetype close = text.lastIndexOf(u'>');
     if (open >= 0 && close > open) {
-        candidate = trimmedOf(QStringView(text).mid(open + 1, close - open - 1), isBlankOrTab);
-        const QString before = trimmedOf(QStringView(text).left(open), [](QChar c) {
+        candidate = TextTrim::trimmed(QStringView(text).mid(open + 1, close - open - 1),
+                                      TextTrim::isBlankOrTab);
+        const QString before = TextTrim::trimmed(QStringView(text).left(open), [](QChar c) {
             return c == u' ' || c == u'\t' || c == u'"';
         });
         if (!before.isEmpty())

@@ -1,4 +1,5 @@
 #include "Invitation.h"
+#include "TextTrim.h"
 
 #include "CalendarTime.h"
 
@@ -80,17 +81,6 @@ namespace {
 const QString vcalendar = QStringLiteral("VCALENDAR");
 const QString vevent = QStringLiteral("VEVENT");
 const QString vtimezone = QStringLiteral("VTIMEZONE");
-
-QString trimSpacesAndTabs(const QString& text)
-{
-    qsizetype begin = 0;
-    qsizetype end = text.size();
-    while (begin < end && (text[begin] == u' ' || text[begin] == u'\t'))
-        ++begin;
-    while (end > begin && (text[end - 1] == u' ' || text[end - 1] == u'\t'))
-        --end;
-    return text.mid(begin, end - begin);
-}
 
 // The number written by `count` ASCII digits at `position`, or -1.
 int digits(const QString& text, qsizetype position, qsizetype count)
@@ -267,7 +257,7 @@ std::optional<Invitation> Invitation::parse(const QString& text, const QTimeZone
 
 std::optional<QDateTime> Invitation::date(const Property& property, const QTimeZone& systemTimeZone)
 {
-    const QString value = trimSpacesAndTabs(property.value);
+    const QString value = TextTrim::trimmed(property.value, TextTrim::isBlankOrTab);
     if (property.parameters.value(QStringLiteral("VALUE")).toUpper() == QLatin1String("DATE") ||
         value.size() == 8) {
         if (value.size() != 8)

@@ -1,25 +1,15 @@
 #include "MailtoLink.h"
+#include "TextTrim.h"
 
 #include <QUrlQuery>
 
 namespace {
 
-QString trimBlanksAndTabs(const QString& text)
-{
-    qsizetype begin = 0;
-    qsizetype end = text.size();
-    while (begin < end && (text[begin] == u' ' || text[begin] == u'\t'))
-        ++begin;
-    while (end > begin && (text[end - 1] == u' ' || text[end - 1] == u'\t'))
-        --end;
-    return text.mid(begin, end - begin);
-}
-
 QStringList addresses(const QString& text)
 {
     QStringList result;
     for (const QString& piece : text.split(u',', Qt::SkipEmptyParts)) {
-        const QString address = trimBlanksAndTabs(piece);
+        const QString address = TextTrim::trimmed(piece, TextTrim::isBlankOrTab);
         if (!address.isEmpty())
             result.append(address);
     }

@@ -1,4 +1,5 @@
 #include "Unsubscribe.h"
+#include "TextTrim.h"
 
 #include <QCoroNetworkReply>
 #include <QNetworkCookie>
@@ -19,17 +20,6 @@ public:
     QList<QNetworkCookie> cookiesForUrl(const QUrl&) const override { return {}; }
     bool setCookiesFromUrl(const QList<QNetworkCookie>&, const QUrl&) override { return false; }
 };
-
-QString trimmedOf(const QString& text, QStringView characters)
-{
-    qsizetype begin = 0;
-    qsizetype end = text.size();
-    while (begin < end && characters.contains(text[begin]))
-        ++begin;
-    while (end > begin && characters.contains(text[end - 1]))
-        --end;
-    return text.mid(begin, end - begin);
-}
 
 } // namespace
 
@@ -74,7 +64,7 @@ std::optional<Unsubscribe> Unsubscribe::method(const std::optional<QStringList>&
 {
     QList<QUrl> urls;
     for (const QString& entry : listUnsubscribe.value_or(QStringList())) {
-        const QUrl url(trimmedOf(entry, u"<> \t"), QUrl::StrictMode);
+        const QUrl url(TextTrim::trimmedOf(entry, u"<> \t"), QUrl::StrictMode);
         if (url.isValid() && !url.isEmpty())
             urls.append(url);
     }
@@ -88,7 +78,7 @@ std::optional<Unsubscribe> Unsubscribe::method(const std::optional<QStringList>&
 
     const std::optional<QUrl> secure = withScheme(QLatin1String("https"));
     if (secure && listUnsubscribePost &&
-        trimmedOf(*listUnsubscribePost, u" \t")
+        TextTrim::trimmedOf(*listUnsubscribePost, u" \t")
                 .compare(QLatin1String("List-Unsubscribe=One-Click"), Qt::CaseInsensitive) == 0)
         return oneClick(*secure);
 

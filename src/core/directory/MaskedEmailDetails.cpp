@@ -1,4 +1,5 @@
 #include "MaskedEmailDetails.h"
+#include "TextTrim.h"
 
 #include <algorithm>
 
@@ -8,17 +9,6 @@ namespace {
 bool isSpace(QChar c)
 {
     return c == u'\t' || c.category() == QChar::Separator_Space;
-}
-
-QString trimSpaces(const QString& text)
-{
-    qsizetype start = 0;
-    qsizetype end = text.size();
-    while (start < end && isSpace(text.at(start)))
-        ++start;
-    while (end > start && isSpace(text.at(end - 1)))
-        --end;
-    return text.mid(start, end - start);
 }
 
 bool isHostScalar(char32_t scalar)
@@ -77,7 +67,7 @@ std::optional<int> port(const QString& text)
 
 std::optional<QString> MaskedEmailDetails::origin(const QString& text)
 {
-    const QString trimmed = trimSpaces(text);
+    const QString trimmed = TextTrim::trimmed(text, isSpace);
     if (trimmed.isEmpty())
         return QString();
     QString scheme = QStringLiteral("https");
@@ -114,12 +104,12 @@ std::optional<QString> MaskedEmailDetails::origin(const QString& text)
 QString MaskedEmailDetails::storedForDomain() const
 {
     const auto site = origin(forDomain);
-    return site ? *site : trimSpaces(forDomain);
+    return site ? *site : TextTrim::trimmed(forDomain, isSpace);
 }
 
 QString MaskedEmailDetails::storedDescription() const
 {
-    return trimSpaces(description);
+    return TextTrim::trimmed(description, isSpace);
 }
 
 QJsonObject MaskedEmailDetails::json() const
