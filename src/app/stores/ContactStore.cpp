@@ -1,8 +1,5 @@
 #include "ContactStore.h"
 
-#include "jmap/Errors.h"
-
-#include <QPointer>
 #include <QUuid>
 
 namespace {
@@ -17,7 +14,7 @@ Contact localContact(QString id, const ContactDetails& details)
 
 } // namespace
 
-ContactStore::ContactStore(QObject* parent) : QObject(parent) {}
+ContactStore::ContactStore(QObject* parent) : DirectoryStoreOf(parent) {}
 
 void ContactStore::setItems(QList<Contact> items)
 {
@@ -25,111 +22,25 @@ void ContactStore::setItems(QList<Contact> items)
     replaceItems(std::move(items));
 }
 
-void ContactStore::replaceItems(QList<Contact> items)
-{
-    if (items == m_items)
-        return;
-    m_items = std::move(items);
-    Q_EMIT itemsChanged();
-}
-
-void ContactStore::setLoading(bool loading)
-{
-    if (loading == m_isLoading)
-        return;
-    m_isLoading = loading;
-    Q_EMIT isLoadingChanged();
-}
-
-void ContactStore::setHasLoaded(bool loaded)
-{
-    if (loaded == m_hasLoaded)
-        return;
-    m_hasLoaded = loaded;
-    Q_EMIT hasLoadedChanged();
-}
-
-void ContactStore::setError(const QString& error)
-{
-    if (error == m_error)
-        return;
-    m_error = error;
-    Q_EMIT errorChanged();
-}
-
-void ContactStore::setService(std::shared_ptr<ContactService> service)
-{
-    if (service == m_service)
-        return;
-    m_service = std::move(service);
-    ++m_generation;
-    replaceItems({});
-    setHasLoaded(false);
-    clearError();
-    // A load still running belongs to the former service and is dropped when it comes back, so
-    // it must not keep the new service from loading.
-    setLoading(false);
-}
-
-bool ContactStore::isCurrent(quint64 generation,
-                             const std::shared_ptr<ContactService>& service) const
-{
-    return generation == m_generation && service == m_service;
-}
-
-void ContactStore::report(std::exception_ptr error)
-{
-    if (Errors::isCancellation(error))
-        return;
-    setError(Errors::describe(error));
-}
-
-QCoro::Task<> ContactStore::load()
-{
-    if (!m_service || m_isLoading)
-        co_return;
-    const QPointer<ContactStore> self(this);
-    const std::shared_ptr<ContactService> service = m_service;
-    const quint64 generation = m_generation;
-    setLoading(true);
-    try {
-        QList<Contact> contacts = co_await service->list();
-        if (!self || !isCurrent(generation, service))
-            co_return;
-        // The service already delivers the display order.
-        replaceItems(std::move(contacts));
-        setHasLoaded(true);
-        clearError();
-    } catch (...) {
-        if (!self || !isCurrent(generation, service))
-            co_return;
-        report(std::current_exception());
-    }
-    setLoading(false);
-}
-
 QCoro::Task<bool> ContactStore::create(ContactDetails details)
 {
-    const QPointer<ContactStore> self(this);
-    const std::shared_ptr<ContactService> service = m_service;
-    const quint64 generation = m_generation;
+    const Call call(this);
     try {
         Contact contact;
-        if (service) {
-            contact = co_await service->create(details);
-            if (!self || !isCurrent(generation, service))
+        if (call.service) {
+            contact = co_await call.service->create(details);
+            if (!call.isCurrent())
                 co_return true;
         } else {
             contact = localContact(QUuid::createUuid().toString(QUuid::WithoutBraces), details);
         }
-        QList<Contact> items = m_items;
-        items.append(contact);
-        Contact::sortByDisplayName(items);
-        replaceItems(std::move(items));
+        QList<Contact> contacts = items();
+        contacts.append(contact);
+        setItems(std::move(contacts));
         clearError();
         co_return true;
     } catch (...) {
-        if (self && isCurrent(generation, service))
+        if (call.isCurrent())
             report(std::current_exception());
     }
     co_return false;
@@ -137,31 +48,28 @@ QCoro::Task<bool> ContactStore::create(ContactDetails details)
 
 QCoro::Task<bool> ContactStore::update(Contact contact, ContactDetails details)
 {
-    const QPointer<ContactStore> self(this);
-    const std::shared_ptr<ContactService> service = m_service;
-    const quint64 generation = m_generation;
+    const Call call(this);
     try {
         Contact saved;
-        if (service) {
-            saved = co_await service->update(contact, details);
-            if (!self || !isCurrent(generation, service))
+        if (call.service) {
+            saved = co_await call.service->update(contact, details);
+            if (!call.isCurrent())
                 co_return true;
         } else {
             saved = localContact(contact.id, details);
         }
-        QList<Contact> items = m_items;
-        for (Contact& item : items) {
+        QList<Contact> contacts = items();
+        for (Contact& item : contacts) {
             if (item.id == saved.id) {
                 item = saved;
                 break;
             }
         }
-        Contact::sortByDisplayName(items);
-        replaceItems(std::move(items));
+        setItems(std::move(contacts));
         clearError();
         co_return true;
     } catch (...) {
-        if (self && isCurrent(generation, service))
+        if (call.isCurrent())
             report(std::current_exception());
     }
     co_return false;
@@ -171,23 +79,19 @@ QCoro::Task<> ContactStore::deleteContacts(QSet<QString> ids)
 {
     if (ids.isEmpty())
         co_return;
-    const QPointer<ContactStore> self(this);
-    const std::shared_ptr<ContactService> service = m_service;
-    const quint64 generation = m_generation;
+    const Call call(this);
     try {
-        if (service) {
-            QStringList sorted(ids.begin(), ids.end());
-            sorted.sort();
-            co_await service->deleteContacts(sorted);
-            if (!self || !isCurrent(generation, service))
+        if (call.service) {
+            co_await call.service->deleteContacts(sortedIds(ids));
+            if (!call.isCurrent())
                 co_return;
         }
-        QList<Contact> items = m_items;
-        items.removeIf([&ids](const Contact& contact) { return ids.contains(contact.id); });
-        replaceItems(std::move(items));
+        QList<Contact> contacts = items();
+        contacts.removeIf([&ids](const Contact& contact) { return ids.contains(contact.id); });
+        replaceItems(std::move(contacts));
         clearError();
     } catch (...) {
-        if (self && isCurrent(generation, service))
+        if (call.isCurrent())
             report(std::current_exception());
     }
 }

@@ -1,16 +1,13 @@
 #include "MaskedEmailStore.h"
 
-#include "jmap/Errors.h"
-
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QPointer>
 #include <QRandomGenerator>
 #include <QUuid>
 
 #include <algorithm>
 
-MaskedEmailStore::MaskedEmailStore(QObject* parent) : QObject(parent) {}
+MaskedEmailStore::MaskedEmailStore(QObject* parent) : DirectoryStoreOf(parent) {}
 
 void MaskedEmailStore::setItems(QList<MaskedEmail> items)
 {
@@ -18,65 +15,6 @@ void MaskedEmailStore::setItems(QList<MaskedEmail> items)
         return a.createdSort() > b.createdSort();
     });
     replaceItems(std::move(items));
-}
-
-void MaskedEmailStore::replaceItems(QList<MaskedEmail> items)
-{
-    if (items == m_items)
-        return;
-    m_items = std::move(items);
-    Q_EMIT itemsChanged();
-}
-
-void MaskedEmailStore::setLoading(bool loading)
-{
-    if (loading == m_isLoading)
-        return;
-    m_isLoading = loading;
-    Q_EMIT isLoadingChanged();
-}
-
-void MaskedEmailStore::setHasLoaded(bool loaded)
-{
-    if (loaded == m_hasLoaded)
-        return;
-    m_hasLoaded = loaded;
-    Q_EMIT hasLoadedChanged();
-}
-
-void MaskedEmailStore::setError(const QString& error)
-{
-    if (error == m_error)
-        return;
-    m_error = error;
-    Q_EMIT errorChanged();
-}
-
-void MaskedEmailStore::setService(std::shared_ptr<MaskedEmailService> service)
-{
-    if (service == m_service)
-        return;
-    m_service = std::move(service);
-    ++m_generation;
-    replaceItems({});
-    setHasLoaded(false);
-    clearError();
-    // A load still running belongs to the former service and is dropped when it comes back, so
-    // it must not keep the new service from loading.
-    setLoading(false);
-}
-
-bool MaskedEmailStore::isCurrent(quint64 generation,
-                                 const std::shared_ptr<MaskedEmailService>& service) const
-{
-    return generation == m_generation && service == m_service;
-}
-
-void MaskedEmailStore::report(std::exception_ptr error)
-{
-    if (Errors::isCancellation(error))
-        return;
-    setError(Errors::describe(error));
 }
 
 MaskedEmail MaskedEmailStore::demoAddress(const MaskedEmailDetails& details, const QString& prefix)
@@ -94,56 +32,30 @@ MaskedEmail MaskedEmailStore::demoAddress(const MaskedEmailDetails& details, con
     return record;
 }
 
-QCoro::Task<> MaskedEmailStore::load()
-{
-    if (!m_service || m_isLoading)
-        co_return;
-    const QPointer<MaskedEmailStore> self(this);
-    const std::shared_ptr<MaskedEmailService> service = m_service;
-    const quint64 generation = m_generation;
-    setLoading(true);
-    try {
-        QList<MaskedEmail> records = co_await service->list();
-        if (!self || !isCurrent(generation, service))
-            co_return;
-        // The service already delivers newest first.
-        replaceItems(std::move(records));
-        setHasLoaded(true);
-        clearError();
-    } catch (...) {
-        if (!self || !isCurrent(generation, service))
-            co_return;
-        report(std::current_exception());
-    }
-    setLoading(false);
-}
-
 QCoro::Task<std::optional<MaskedEmail>> MaskedEmailStore::create(MaskedEmailDetails details,
                                                                  QString prefix)
 {
-    const QPointer<MaskedEmailStore> self(this);
-    const std::shared_ptr<MaskedEmailService> service = m_service;
-    const quint64 generation = m_generation;
+    const Call call(this);
     try {
         MaskedEmail record;
-        if (service) {
-            record = co_await service->create(details, prefix);
-            if (!self || !isCurrent(generation, service))
+        if (call.service) {
+            record = co_await call.service->create(details, prefix);
+            if (!call.isCurrent())
                 co_return record;
         } else {
             record = demoAddress(details, prefix);
         }
         // First, whatever the order of the next load: it is what the user just made.
-        QList<MaskedEmail> items = m_items;
-        items.prepend(record);
-        replaceItems(std::move(items));
+        QList<MaskedEmail> records = items();
+        records.prepend(record);
+        replaceItems(std::move(records));
         // Ready to paste into the site's form.
         if (qGuiApp)
             QGuiApplication::clipboard()->setText(record.email);
         clearError();
         co_return record;
     } catch (...) {
-        if (self && isCurrent(generation, service))
+        if (call.isCurrent())
             report(std::current_exception());
     }
     co_return std::nullopt;
@@ -151,28 +63,26 @@ QCoro::Task<std::optional<MaskedEmail>> MaskedEmailStore::create(MaskedEmailDeta
 
 QCoro::Task<bool> MaskedEmailStore::update(MaskedEmail record, MaskedEmailDetails details)
 {
-    const QPointer<MaskedEmailStore> self(this);
-    const std::shared_ptr<MaskedEmailService> service = m_service;
-    const quint64 generation = m_generation;
+    const Call call(this);
     try {
-        if (service) {
-            co_await service->update(record.id, details);
-            if (!self || !isCurrent(generation, service))
+        if (call.service) {
+            co_await call.service->update(record.id, details);
+            if (!call.isCurrent())
                 co_return true;
         }
-        QList<MaskedEmail> items = m_items;
-        for (MaskedEmail& item : items) {
+        QList<MaskedEmail> records = items();
+        for (MaskedEmail& item : records) {
             if (item.id == record.id) {
                 item.forDomain = details.storedForDomain();
                 item.description = details.storedDescription();
                 break;
             }
         }
-        replaceItems(std::move(items));
+        replaceItems(std::move(records));
         clearError();
         co_return true;
     } catch (...) {
-        if (self && isCurrent(generation, service))
+        if (call.isCurrent())
             report(std::current_exception());
     }
     co_return false;
@@ -182,29 +92,25 @@ QCoro::Task<> MaskedEmailStore::setState(MaskedEmail::State state, QSet<QString>
 {
     if (ids.isEmpty())
         co_return;
-    const QPointer<MaskedEmailStore> self(this);
-    const std::shared_ptr<MaskedEmailService> service = m_service;
-    const quint64 generation = m_generation;
+    const Call call(this);
     try {
-        if (service) {
-            QStringList sorted(ids.begin(), ids.end());
-            sorted.sort();
-            co_await service->setState(state, sorted);
-            if (!self || !isCurrent(generation, service))
+        if (call.service) {
+            co_await call.service->setState(state, sortedIds(ids));
+            if (!call.isCurrent())
                 co_return;
         }
-        QList<MaskedEmail> items = m_items;
+        QList<MaskedEmail> records = items();
         if (state == MaskedEmail::State::deleted) {
-            items.removeIf([&ids](const MaskedEmail& item) { return ids.contains(item.id); });
+            records.removeIf([&ids](const MaskedEmail& item) { return ids.contains(item.id); });
         } else {
-            for (MaskedEmail& item : items)
+            for (MaskedEmail& item : records)
                 if (ids.contains(item.id))
                     item.state = state;
         }
-        replaceItems(std::move(items));
+        replaceItems(std::move(records));
         clearError();
     } catch (...) {
-        if (self && isCurrent(generation, service))
+        if (call.isCurrent())
             report(std::current_exception());
     }
 }

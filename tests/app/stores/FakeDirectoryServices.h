@@ -23,15 +23,30 @@ Q_SIGNALS:
     void opened();
 };
 
-// Answers with what the test set, after the gate when it is closed; records what was asked.
-class FakeContactService : public ContactService
+// What both fakes answer with: after the gate when it is closed, then the failure when set.
+class FakeAnswers
+{
+public:
+    Gate gate;
+    std::exception_ptr failure;
+
+protected:
+    QCoro::Task<> pass()
+    {
+        if (gate.closed)
+            co_await qCoro(&gate, &Gate::opened);
+        if (failure)
+            std::rethrow_exception(failure);
+    }
+};
+
+// Answers with what the test set; records what was asked.
+class FakeContactService : public ContactService, public FakeAnswers
 {
 public:
     FakeContactService() : ContactService(nullptr) {}
 
-    Gate gate;
     QList<Contact> contacts;
-    std::exception_ptr failure;
     int listCalls = 0;
     QList<QStringList> deleted;
     QList<ContactDetails> createdDetails;
@@ -63,25 +78,14 @@ public:
         deleted.append(ids);
         co_await pass();
     }
-
-private:
-    QCoro::Task<> pass()
-    {
-        if (gate.closed)
-            co_await qCoro(&gate, &Gate::opened);
-        if (failure)
-            std::rethrow_exception(failure);
-    }
 };
 
-class FakeMaskedEmailService : public MaskedEmailService
+class FakeMaskedEmailService : public MaskedEmailService, public FakeAnswers
 {
 public:
     FakeMaskedEmailService() : MaskedEmailService(nullptr) {}
 
-    Gate gate;
     QList<MaskedEmail> records;
-    std::exception_ptr failure;
     int listCalls = 0;
     QList<std::pair<MaskedEmail::State, QStringList>> stateChanges;
     QStringList updatedIds;
@@ -112,14 +116,5 @@ public:
     {
         stateChanges.append({state, ids});
         co_await pass();
-    }
-
-private:
-    QCoro::Task<> pass()
-    {
-        if (gate.closed)
-            co_await qCoro(&gate, &Gate::opened);
-        if (failure)
-            std::rethrow_exception(failure);
     }
 };
