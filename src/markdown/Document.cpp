@@ -1,27 +1,12 @@
 #include "markdown/Document.h"
 
-#include <cmark-gfm-core-extensions.h>
-#include <cmark-gfm.h>
+#include "markdown/Cmark.h"
 
-#include <cstring>
-#include <memory>
+#include <cmark-gfm-core-extensions.h>
 
 namespace Markdown {
 
 namespace {
-
-// Every pass over the tree recurses, so a pathologically deep document (thousands of nested
-// quotes or lists) would exhaust the stack. Below this depth a subtree keeps only its text.
-constexpr int maxDepth = 256;
-
-struct ParserDeleter
-{
-    void operator()(cmark_parser* parser) const { cmark_parser_free(parser); }
-};
-struct NodeDeleter
-{
-    void operator()(cmark_node* node) const { cmark_node_free(node); }
-};
 
 QString literalOf(cmark_node* node)
 {
@@ -34,46 +19,6 @@ std::optional<QString> optionalString(const char* value)
     if (!value)
         return std::nullopt;
     return QString::fromUtf8(value);
-}
-
-std::optional<Node::Alignment> alignmentOf(uint8_t value)
-{
-    switch (value) {
-    case 'l':
-        return Node::Alignment::Left;
-    case 'c':
-        return Node::Alignment::Center;
-    case 'r':
-        return Node::Alignment::Right;
-    default:
-        return std::nullopt;
-    }
-}
-
-// The text leaves of a subtree that is too deep to keep, gathered without recursion.
-void flattenText(cmark_node* root, Node& text)
-{
-    text.kind = Node::Kind::Text;
-    cmark_iter* iterator = cmark_iter_new(root);
-    cmark_event_type event;
-    while ((event = cmark_iter_next(iterator)) != CMARK_EVENT_DONE) {
-        if (event != CMARK_EVENT_ENTER)
-            continue;
-        cmark_node* node = cmark_iter_get_node(iterator);
-        switch (cmark_node_get_type(node)) {
-        case CMARK_NODE_TEXT:
-        case CMARK_NODE_CODE:
-            text.literal += literalOf(node);
-            break;
-        case CMARK_NODE_SOFTBREAK:
-        case CMARK_NODE_LINEBREAK:
-            text.literal += QLatin1Char('\n');
-            break;
-        default:
-            break;
-        }
-    }
-    cmark_iter_free(iterator);
 }
 
 bool convert(cmark_node* node, Node& result, int depth);
@@ -102,7 +47,8 @@ void convertTable(cmark_node* node, Node& table, int depth)
     const uint8_t* alignments = cmark_gfm_extensions_get_table_alignments(node);
     table.columnAlignments.reserve(columns);
     for (uint16_t column = 0; column < columns; ++column)
-        table.columnAlignments.append(alignments ? alignmentOf(alignments[column]) : std::nullopt);
+        table.columnAlignments.append(alignments ? Cmark::alignmentOf(alignments[column])
+                                                 : std::nullopt);
 
     // The tree has exactly one head and one body; cmark gives the header row first.
     table.children.resize(2);
@@ -111,10 +57,9 @@ void convertTable(cmark_node* node, Node& table, int depth)
     head.kind = Node::Kind::TableHead;
     body.kind = Node::Kind::TableBody;
     for (cmark_node* row = cmark_node_first_child(node); row; row = cmark_node_next(row)) {
-        const char* type = cmark_node_get_type_string(row);
-        if (std::strcmp(type, "table_header") == 0) {
+        if (Cmark::isType(row, "table_header")) {
             convertChildren(row, head, depth + 1);
-        } else if (std::strcmp(type, "table_row") == 0) {
+        } else if (Cmark::isType(row, "table_row")) {
             Node converted(Node::Kind::TableRow);
             convertChildren(row, converted, depth + 1);
             body.children.append(std::move(converted));
@@ -122,18 +67,15 @@ void convertTable(cmark_node* node, Node& table, int depth)
     }
 }
 
-// Nodes of the extensions have type numbers assigned at registration, so they are told apart
-// by their names.
 bool convertExtension(cmark_node* node, Node& result, int depth)
 {
-    const char* type = cmark_node_get_type_string(node);
-    if (std::strcmp(type, "table") == 0) {
+    if (Cmark::isType(node, "table")) {
         convertTable(node, result, depth);
         return true;
     }
-    if (std::strcmp(type, "strikethrough") == 0)
+    if (Cmark::isType(node, "strikethrough"))
         result.kind = Node::Kind::Strikethrough;
-    else if (std::strcmp(type, "table_cell") == 0)
+    else if (Cmark::isType(node, "table_cell"))
         result.kind = Node::Kind::TableCell;
     else
         return false;
@@ -145,8 +87,9 @@ bool convertExtension(cmark_node* node, Node& result, int depth)
 // does not know: it is left out.
 bool convert(cmark_node* node, Node& result, int depth)
 {
-    if (depth > maxDepth) {
-        flattenText(node, result);
+    if (depth > Cmark::maxDepth) {
+        result.kind = Node::Kind::Text;
+        result.literal = QString::fromUtf8(Cmark::flattenedText(node));
         return true;
     }
 
@@ -168,7 +111,7 @@ bool convert(cmark_node* node, Node& result, int depth)
         break;
     case CMARK_NODE_ITEM:
         result.kind = Kind::ListItem;
-        if (std::strcmp(cmark_node_get_type_string(node), "tasklist") == 0) {
+        if (Cmark::isType(node, "tasklist")) {
             result.checkbox = cmark_gfm_extensions_get_tasklist_item_checked(node)
                                   ? Node::Checkbox::Checked
                                   : Node::Checkbox::Unchecked;
@@ -236,36 +179,11 @@ bool convert(cmark_node* node, Node& result, int depth)
     return true;
 }
 
-cmark_parser* newParser()
-{
-    // Registration touches a global list without a lock; a function-local static makes it
-    // happen exactly once even when documents are parsed on several threads.
-    static const bool registered = [] {
-        cmark_gfm_core_extensions_ensure_registered();
-        return true;
-    }();
-    Q_UNUSED(registered);
-
-    // The installed cmark-gfm has no table-span option, so cells never span.
-    cmark_parser* parser = cmark_parser_new(CMARK_OPT_SOURCEPOS | CMARK_OPT_SMART);
-    for (const char* name : {"table", "strikethrough", "tasklist"}) {
-        if (cmark_syntax_extension* extension = cmark_find_syntax_extension(name))
-            cmark_parser_attach_syntax_extension(parser, extension);
-    }
-    return parser;
-}
-
 } // namespace
 
 Node parseDocument(const QString& text)
 {
-    std::unique_ptr<cmark_parser, ParserDeleter> parser(newParser());
-    {
-        const QByteArray source = text.toUtf8();
-        cmark_parser_feed(parser.get(), source.constData(), size_t(source.size()));
-    }
-    std::unique_ptr<cmark_node, NodeDeleter> root(cmark_parser_finish(parser.get()));
-    parser.reset();
+    Cmark::NodePointer root = Cmark::parse(text.toUtf8());
 
     Node document(Node::Kind::Document);
     if (!root)

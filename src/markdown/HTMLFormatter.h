@@ -17,16 +17,6 @@ public:
 
 private:
     HTMLFormatter() = default;
-
-    void write(const Node& node);
-    void writeChildren(const Node& node);
-    void writeCell(const Node& cell);
-
-    QString out;
-    // The state of the table being written.
-    QList<std::optional<Node::Alignment>> alignments;
-    bool inHead = false;
-    qsizetype column = 0;
 };
 
 } // namespace Markdown
