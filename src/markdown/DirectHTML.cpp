@@ -218,7 +218,7 @@ QByteArray directHTML(QByteArrayView source, bool hardBreaks)
 {
     Walker walker(hardBreaks);
     // Markup and escapes make the HTML of a typical message a little longer than its source.
-    walker.writer.out.reserve(source.size() + source.size() / 2);
+    walker.writer.reserve(source.size() + source.size() / 2);
 
     Cmark::NodePointer root = Cmark::parse(source);
     if (!root)
@@ -228,7 +228,7 @@ QByteArray directHTML(QByteArrayView source, bool hardBreaks)
         walker.walk(child, 1);
         cmark_node_free(child);
     }
-    return std::move(walker.writer.out);
+    return walker.writer.take();
 }
 
 } // namespace Markdown

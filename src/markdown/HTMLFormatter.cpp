@@ -45,9 +45,9 @@ QString HTMLFormatter::format(const Node& document, qsizetype sizeHint)
 {
     // The tree's text is escaped already.
     Writer writer(false);
-    writer.out.reserve(sizeHint);
+    writer.reserve(sizeHint);
     write(writer, document);
-    return writer.out;
+    return writer.take();
 }
 
 } // namespace Markdown

@@ -15,6 +15,40 @@ int codeOf(char c)
 
 } // namespace
 
+template <typename String> void HTMLWriter<String>::reserve(qsizetype size)
+{
+    if (size > buffer.size())
+        buffer.resize(size);
+}
+
+template <typename String> String HTMLWriter<String>::take()
+{
+    buffer.truncate(used);
+    used = 0;
+    return std::move(buffer);
+}
+
+template <typename String> void HTMLWriter<String>::grow(qsizetype count)
+{
+    buffer.resize(std::max(used + count, std::max<qsizetype>(256, buffer.size() * 2)));
+}
+
+template <typename String> void HTMLWriter<String>::putNumber(qlonglong number)
+{
+    char digits[24];
+    char* const end = digits + sizeof(digits);
+    char* start = end;
+    // Through unsigned, so that the lowest number has a magnitude too.
+    qulonglong magnitude = number < 0 ? 0 - qulonglong(number) : qulonglong(number);
+    do {
+        *--start = char('0' + magnitude % 10);
+        magnitude /= 10;
+    } while (magnitude);
+    if (number < 0)
+        *--start = '-';
+    putAscii(start, end - start);
+}
+
 template <typename String> void HTMLWriter<String>::putText(View text)
 {
     if (!escapeText) {

@@ -9,6 +9,7 @@
 #include <QStringView>
 #include <QVarLengthArray>
 
+#include <cstring>
 #include <optional>
 #include <type_traits>
 #include <utility>
@@ -52,22 +53,49 @@ public:
     // Writes what stands after the children; called with the element given to open.
     void close(const Element& element);
 
-    String out;
+    // Room for about this many characters of output, to save regrowing it on long documents.
+    void reserve(qsizetype size);
+    // The output written so far; the writer is spent after it.
+    String take();
 
 private:
-    template <qsizetype N> void put(const char (&ascii)[N])
+    using Char = std::conditional_t<std::is_same_v<String, QString>, QChar, char>;
+
+    // Room for count more characters at the end of the output. The output is grown by hand
+    // and cut to length at the end: appending piece by piece through QByteArray or QString
+    // costs a long document more than writing its markup.
+    Char* room(qsizetype count)
     {
-        if constexpr (std::is_same_v<String, QString>)
-            out.append(QLatin1String(ascii, N - 1));
-        else
-            out.append(ascii, N - 1);
+        if (buffer.size() - used < count)
+            grow(count);
+        Char* target = buffer.data() + used;
+        used += count;
+        return target;
     }
-    void put(View text) { out.append(text); }
-    void putNumber(qlonglong number) { out.append(String::number(number)); }
+    void grow(qsizetype count);
+    void putAscii(const char* ascii, qsizetype count)
+    {
+        Char* target = room(count);
+        if constexpr (std::is_same_v<Char, char>) {
+            std::memcpy(target, ascii, size_t(count));
+        } else {
+            for (qsizetype i = 0; i < count; ++i)
+                target[i] = QLatin1Char(ascii[i]);
+        }
+    }
+    template <qsizetype N> void put(const char (&ascii)[N]) { putAscii(ascii, N - 1); }
+    void put(View text)
+    {
+        if (!text.isEmpty())
+            std::memcpy(room(text.size()), text.data(), size_t(text.size()) * sizeof(Char));
+    }
+    void putNumber(qlonglong number);
     void putText(View text);
     bool openPlain(const Element& element);
     void openCell(const Element& element);
 
+    String buffer;
+    qsizetype used = 0;
     bool escapeText;
     // Inside a heading only the plain text of the inlines is written. Every heading counts,
     // so that a heading inside a heading (only a hand-made tree has one) closes right.
