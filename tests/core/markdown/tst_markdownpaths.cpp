@@ -4,16 +4,20 @@
 #include "markdown/OutputRewriter.h"
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QTest>
 
 // The renderer writes HTML straight from cmark-gfm's nodes; the tree, rewritten and formatted,
-// must give the same text for every input, including the odd and the pathological.
+// must give the same text for every input, including the odd and the pathological. The mail
+// document styles its tags in one pass, which must equal the five replacements in turn.
 class TestMarkdownPaths : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
     void directMatchesTree_data();
     void directMatchesTree();
+    void emailStylesMatchReplacements_data();
+    void emailStylesMatchReplacements();
 };
 
 namespace {
@@ -89,6 +93,51 @@ void TestMarkdownPaths::directMatchesTree()
         const QString tree =
             Markdown::HTMLFormatter::format(rewriter.visit(Markdown::parseDocument(markdown)));
         QCOMPARE(MarkdownRenderer::html(markdown, hardBreaks), tree);
+    }
+}
+
+void TestMarkdownPaths::emailStylesMatchReplacements_data()
+{
+    QTest::addColumn<QString>("markdown");
+
+    QTest::newRow("mail fixture") << fixture(QStringLiteral("mail.md"));
+    QTest::newRow("every styled element")
+        << QStringLiteral("> q\n\n```sh\nx\n```\n\n`c`\n\n| a | b |\n|:-|--|\n| 1 | 2 |");
+    QTest::newRow("raw tags and near misses")
+        << QStringLiteral("<th>a</th><td x>b</td><thead><tbody><tdx><t <pre\tx><pre>"
+                          "<code><code\n><table><TABLE> <blockquote <blockquotes> <td");
+    QTest::newRow("raw html block")
+        << QStringLiteral("<table>\n<tr><th>h</th><td>d</td></tr>\n</table>\n\nafter <pre");
+    QTest::newRow("escaped text never matches") << QStringLiteral("a <td> b `<pre>` \\<code>");
+    QTest::newRow("tag at the very end") << QStringLiteral("x <code");
+}
+
+void TestMarkdownPaths::emailStylesMatchReplacements()
+{
+    QFETCH(QString, markdown);
+    const QString cell = QStringLiteral(" style=\"border:1px solid #d0d0d5;padding:4px 8px\"");
+    const QList<std::pair<QRegularExpression, QString>> replacements{
+        {QRegularExpression(QStringLiteral("<blockquote(?=[ >])")),
+         QStringLiteral("<blockquote style=\"margin:0 0 0 4px;padding-left:12px;border-left:3px "
+                        "solid #d0d0d5;color:#555\"")},
+        {QRegularExpression(QStringLiteral("<pre(?=[ >])")),
+         QStringLiteral(
+             "<pre style=\"background:#f4f4f6;padding:10px;border-radius:6px;overflow-x:auto\"")},
+        {QRegularExpression(QStringLiteral("<code(?=[ >])")),
+         QStringLiteral(
+             "<code style=\"font-family:ui-monospace,Menlo,Consolas,monospace;font-size:13px\"")},
+        {QRegularExpression(QStringLiteral("<table(?=[ >])")),
+         QStringLiteral("<table style=\"border-collapse:collapse\"")},
+        {QRegularExpression(QStringLiteral("<(th|td)(?=[ >])")), QStringLiteral("<\\1") + cell},
+    };
+    for (const bool hardBreaks : {false, true}) {
+        QString fragment = MarkdownRenderer::html(markdown, hardBreaks);
+        for (const auto& [pattern, replacement] : replacements)
+            fragment.replace(pattern, replacement);
+        // The frame of the document is that of an empty message.
+        QString expected = MarkdownRenderer::emailDocument(QString(), hardBreaks);
+        expected.insert(expected.lastIndexOf(QStringLiteral("\n</body>")), fragment);
+        QCOMPARE(MarkdownRenderer::emailDocument(markdown, hardBreaks), expected);
     }
 }
 
