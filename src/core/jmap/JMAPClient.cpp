@@ -80,6 +80,10 @@ QNetworkRequest JMAPClient::request(const QUrl& url, int timeoutMilliseconds) co
 {
     QNetworkRequest request(url);
     request.setTransferTimeout(timeoutMilliseconds);
+    // Qt 6.4's HTTP/2 client reports "Connection closed" instead of the answer when a server
+    // closes the connection right after an error status, so a rejected token would not read as
+    // one. Veldrin sends few requests at a time; HTTP/1.1 costs it nothing.
+    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     return request;
 }
 

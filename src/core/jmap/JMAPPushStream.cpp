@@ -67,10 +67,9 @@ QCoro::Task<> JMAPPushStream::open(QPointer<JMAPPushStream> self)
         finish(std::make_exception_ptr(JMAPError::malformed(QStringLiteral("event source URL"))));
         co_return;
     }
-    QNetworkRequest request(url);
+    QNetworkRequest request = client->request(url, idleTimeoutMilliseconds);
     request.setRawHeader("Authorization", "Bearer " + client->m_token.toUtf8());
     request.setRawHeader("Accept", "text/event-stream");
-    request.setTransferTimeout(idleTimeoutMilliseconds);
     // A standing connection is no activity: it does not go through the client's send.
     m_reply = client->m_urlSession->get(request);
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &JMAPPushStream::onMetaData);
