@@ -275,20 +275,25 @@ void TestAppState::saveConfigFailureKeepsSettings()
 
 void TestAppState::startRunsOnce()
 {
+    // A main window shown a second time starts again: no second monitor, no second connect.
     int monitors = 0;
     AppEnvironment environment;
     environment.network = network.get();
     environment.configStore = ConfigStore(configPath);
-    environment.readToken = [] { return std::optional<QString>(); };
+    environment.readToken = [] { return std::optional<QString>("fmu1-secret"); };
     environment.saveToken = [](const QString&) { return true; };
     environment.installKeyMonitor = [&monitors] { ++monitors; };
     AppState state(environment);
-    int firstCalls = 0;
-    int secondCalls = 0;
-    state.start([&firstCalls](QUuid) { ++firstCalls; });
-    state.start([&secondCalls](QUuid) { ++secondCalls; });
+    AppConfig config = state.config();
+    config.sessionUrl = FakeNetwork::sessionUrl().toString();
+    state.setConfig(config);
+    state.start([](QUuid) {});
+    QTRY_VERIFY(state.isConnected());
+    const auto requests = network->requests().size();
+    state.start([](QUuid) {});
     QCOMPARE(monitors, 1);
-    QTRY_VERIFY(state.hasStarted());
+    QVERIFY(state.isConnected());
+    QCOMPARE(network->requests().size(), requests);
 }
 
 void TestAppState::demoModeNeedsNoAccount()
