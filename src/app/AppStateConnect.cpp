@@ -57,6 +57,8 @@ QCoro::Task<> AppState::connect()
     // The activity callback may outlive this object; it holds it weakly.
     auto client = std::make_shared<JMAPClient>(
         *url, *token, m_environment.network, [self](JMAPActivity activity, bool started) {
+            if (!self)
+                return;
             QMetaObject::invokeMethod(
                 self.data(),
                 [self, activity, started] {
