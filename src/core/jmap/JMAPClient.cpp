@@ -54,6 +54,15 @@ QString bodyExcerpt(const QByteArray& body)
     return text;
 }
 
+TransportError transportError(const QNetworkReply& reply)
+{
+    // Nothing here aborts a request, so a cancelled one ran into its transfer timeout.
+    if (reply.error() == QNetworkReply::OperationCanceledError)
+        return TransportError(QNetworkReply::TimeoutError,
+                              QStringLiteral("The request timed out."));
+    return TransportError(reply.error(), reply.errorString());
+}
+
 QJsonValue parseJson(const QByteArray& data)
 {
     QJsonParseError error{};
@@ -103,16 +112,17 @@ QCoro::Task<QByteArray> JMAPClient::send(QNetworkRequest request, QByteArray ver
     if (!statusAttribute.isValid()) {
         if (reply->error() == QNetworkReply::NoError)
             throw JMAPError::malformed(QStringLiteral("non-HTTP response"));
-        // Nothing here aborts a request, so a cancelled one ran into its transfer timeout.
-        if (reply->error() == QNetworkReply::OperationCanceledError)
-            throw TransportError(QNetworkReply::TimeoutError,
-                                 QStringLiteral("The request timed out."));
-        throw TransportError(reply->error(), reply->errorString());
+        throw transportError(*reply);
     }
     const int status = statusAttribute.toInt();
     const QByteArray data = reply->readAll();
-    if (status >= 200 && status <= 299)
+    if (status >= 200 && status <= 299) {
+        // Qt sets no error for a success status, so one here means the connection broke or
+        // timed out after the headers: the body is incomplete and must not be read as the answer.
+        if (reply->error() != QNetworkReply::NoError)
+            throw transportError(*reply);
         co_return data;
+    }
     if (status == 401 || status == 403)
         throw JMAPError::unauthorized();
     throw JMAPError::http(status, bodyExcerpt(data));

@@ -5,6 +5,7 @@
 
 #include <QJsonDocument>
 #include <QTest>
+#include <QTimer>
 
 using namespace AsyncTest;
 
@@ -37,6 +38,8 @@ private Q_SLOTS:
     void mailboxesAndIdentities();
     void downloadAndUpload();
     void transportErrorPassesThrough();
+    void bodyCutAfterSuccessStatus_data();
+    void bodyCutAfterSuccessStatus();
 
 private:
     std::unique_ptr<FakeNetwork> network;
@@ -367,6 +370,44 @@ void TestJMAPClient::transportErrorPassesThrough()
     QVERIFY(error);
     QCOMPARE(error->code(), QNetworkReply::HostNotFoundError);
     QCOMPARE(activity.size(), 2);
+}
+
+void TestJMAPClient::bodyCutAfterSuccessStatus_data()
+{
+    QTest::addColumn<QNetworkReply::NetworkError>("failure");
+    QTest::addColumn<QNetworkReply::NetworkError>("code");
+    QTest::newRow("connection lost")
+        << QNetworkReply::RemoteHostClosedError << QNetworkReply::RemoteHostClosedError;
+    QTest::newRow("transfer timeout")
+        << QNetworkReply::OperationCanceledError << QNetworkReply::TimeoutError;
+}
+
+void TestJMAPClient::bodyCutAfterSuccessStatus()
+{
+    QFETCH(QNetworkReply::NetworkError, failure);
+    QFETCH(QNetworkReply::NetworkError, code);
+    auto client = makeClient();
+    await(client->session());
+    network->setStreamPrefix(FakeNetwork::apiUrl().toString());
+
+    // The headers say 200, then the connection breaks in the middle of the body.
+    QTimer feeder;
+    feeder.setInterval(0);
+    connect(&feeder, &QTimer::timeout, this, [&] {
+        const auto streams = network->streams();
+        if (streams.isEmpty() || !streams.first() ||
+            !streams.first()->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid())
+            return;
+        streams.first()->push(R"({"methodResponses":[["Mailbox/get",{"list":[)");
+        streams.first()->failStream(failure, QStringLiteral("Connection broke"));
+        feeder.stop();
+    });
+    feeder.start();
+    const auto error = awaitError<TransportError>(client->call({{"Mailbox/get", {}, "0"}}));
+    QVERIFY(error);
+    QCOMPARE(error->code(), code);
+    QCOMPARE(activity.count({JMAPActivity::fetching, true}),
+             activity.count({JMAPActivity::fetching, false}));
 }
 
 QTEST_GUILESS_MAIN(TestJMAPClient)
