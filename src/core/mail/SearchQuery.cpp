@@ -206,8 +206,11 @@ std::optional<qint64> size(const QString& value)
         static const QRegularExpression space(QStringLiteral("\\s"));
         if (number.isEmpty() || number.contains(space))
             return std::nullopt;
+        // The C locale would read "1,000" as a thousand; a size has no digit grouping.
+        QLocale plain = QLocale::c();
+        plain.setNumberOptions(QLocale::RejectGroupSeparator);
         bool ok = false;
-        const double amount = QLocale::c().toDouble(number, &ok);
+        const double amount = plain.toDouble(number, &ok);
         if (!ok)
             return std::nullopt;
         const double bytes = std::trunc(amount * multiplier);
@@ -217,7 +220,8 @@ std::optional<qint64> size(const QString& value)
             return std::nullopt;
         return static_cast<qint64>(bytes);
     }
-    static const QRegularExpression integer(QStringLiteral("^[+-]?[0-9]+$"));
+    // Anchored at the very end: "$" would also match before a final line break.
+    static const QRegularExpression integer(QStringLiteral("\\A[+-]?[0-9]+\\z"));
     if (!integer.match(text).hasMatch())
         return std::nullopt;
     bool ok = false;

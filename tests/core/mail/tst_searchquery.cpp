@@ -236,6 +236,10 @@ void TestSearchQuery::sizes_data()
     QTest::newRow("only a unit") << "k" << S();
     QTest::newRow("only b") << "b" << S();
     QTest::newRow("comma") << "1,5m" << S();
+    QTest::newRow("digit grouping with a unit") << "1,000k" << S();
+    QTest::newRow("digit grouping") << "1,000" << S();
+    QTest::newRow("quoted line break after the number") << "5\n" << S();
+    QTest::newRow("quoted blank before the number") << " 5" << S();
     QTest::newRow("letters") << "big" << S();
 }
 
