@@ -80,7 +80,8 @@ private:
 
     JMAPClient* m_client;
     QStringList m_types;
-    QNetworkReply* m_reply = nullptr;
+    // The reply belongs to the network access manager, which may be gone before the stream.
+    QPointer<QNetworkReply> m_reply;
     QByteArray m_buffer;
     QString m_eventName;
     bool m_connected = false;

@@ -52,6 +52,7 @@ private slots:
     void failures_data();
     void failures();
     void stopAndDestroyCloseTheConnection();
+    void outlivesItsNetwork();
 
 private:
     FakeStreamReply* openStream(const QStringList& types = {"Email", "Mailbox"});
@@ -255,6 +256,17 @@ void TestPushStream::stopAndDestroyCloseTheConnection()
     QSignalSpy secondAbortSpy(second.data(), &QNetworkReply::errorOccurred);
     stream.reset();
     QCOMPARE(secondAbortSpy.count(), 1);
+}
+
+void TestPushStream::outlivesItsNetwork()
+{
+    // At exit the network access manager, and with it the reply, may go first.
+    QVERIFY(openStream());
+    QCOMPARE(await(nextOf(stream.get())), std::optional(JMAPPushEvent::connected));
+    client.reset();
+    network.reset();
+    stream->stop();
+    stream.reset();
 }
 
 QTEST_GUILESS_MAIN(TestPushStream)
