@@ -18,7 +18,10 @@ constexpr int idleTimeoutMilliseconds = 90000;
 std::unique_ptr<JMAPPushStream> JMAPClient::pushEvents(const QStringList& types)
 {
     std::unique_ptr<JMAPPushStream> stream(new JMAPPushStream(this, types));
-    stream->open(QPointer<JMAPPushStream>(stream.get()));
+    // Reading starts on the next turn of the event loop: with the session already cached the
+    // stream may fail at once, and the caller must have had a chance to connect to `ended`.
+    JMAPPushStream* raw = stream.get();
+    QTimer::singleShot(0, raw, [raw] { raw->open(QPointer<JMAPPushStream>(raw)); });
     return stream;
 }
 

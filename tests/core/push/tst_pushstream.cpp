@@ -43,6 +43,7 @@ private slots:
     void requestFollowsTheTemplate();
     void templateWithoutPing();
     void missingEventSourceEndsAtOnce();
+    void endWithACachedSessionReachesHandlers();
     void refusedConnection_data();
     void refusedConnection();
     void burstWhileBusyIsOneChange();
@@ -121,6 +122,22 @@ void TestPushStream::missingEventSourceEndsAtOnce()
     QCOMPARE(*endError<JMAPError>(endedSpy.first()), JMAPError::malformed("event source URL"));
     QCOMPARE(connectedSpy.count(), 0);
     QCOMPARE(network->requests().size(), 1); // the session only
+}
+
+void TestPushStream::endWithACachedSessionReachesHandlers()
+{
+    // Once connected the session is cached, so a stream can fail before pushEvents returns;
+    // handlers connected right after the call must still hear of it.
+    QJsonObject session = FakeNetwork::defaultSession();
+    session.remove("eventSourceUrl");
+    network->setSession(session);
+    await(client->session());
+    stream = client->pushEvents({"Email"});
+    QSignalSpy endedSpy(stream.get(), &JMAPPushStream::ended);
+    QVERIFY(!stream->isEnded());
+    QVERIFY(awaitError<JMAPError>(nextOf(stream.get())));
+    QCOMPARE(endedSpy.count(), 1);
+    QCOMPARE(*endError<JMAPError>(endedSpy.first()), JMAPError::malformed("event source URL"));
 }
 
 void TestPushStream::refusedConnection_data()
