@@ -98,7 +98,9 @@ std::optional<Unsubscribe> Unsubscribe::method(const std::optional<QStringList>&
             else if (lower == QLatin1String("body") && !body)
                 body = value;
         }
-        return mail(path, subject.value_or(QStringLiteral("unsubscribe")),
+        // A bare "subject" item has no value at all (a null string), unlike "subject=": the
+        // list still expects its usual word then.
+        return mail(path, subject && !subject->isNull() ? *subject : QStringLiteral("unsubscribe"),
                     body.value_or(QString()));
     }
 

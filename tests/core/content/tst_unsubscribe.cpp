@@ -138,6 +138,12 @@ void TestUnsubscribe::method_data()
     QTest::newRow("mailto subject and body from the query, names in any case")
         << QStringList{"<mailto:leave@x?Subject=stop&BODY=please%20remove%20me&subject=later>"}
         << QString() << std::optional(Unsubscribe::mail("leave@x", "stop", "please remove me"));
+    QTest::newRow("mailto subject item without a value: the default")
+        << QStringList{"<mailto:leave@x?subject&body>"} << QString()
+        << std::optional(Unsubscribe::mail("leave@x", "unsubscribe", ""));
+    QTest::newRow("mailto with an empty subject keeps it empty")
+        << QStringList{"<mailto:leave@x?subject=>"} << QString()
+        << std::optional(Unsubscribe::mail("leave@x", "", ""));
     QTest::newRow("mailto without @ passed over for the next")
         << QStringList{"<mailto:nobody>", "<mailto:list%2Bleave@x>"} << QString()
         << std::optional(Unsubscribe::mail("list+leave@x", "unsubscribe", ""));
