@@ -226,14 +226,20 @@ std::optional<Invitation> Invitation::parse(const QString& text, const QTimeZone
 {
     Invitation invitation;
     QStringList stack;
+    // How many VTIMEZONE entries the stack holds: asking the stack itself on every line takes
+    // seconds on a hostile part of a hundred thousand nested BEGIN lines.
+    qsizetype openTimeZones = 0;
     bool eventSeen = false;
     bool eventEnded = false;
     for (const QString& line : unfold(text)) {
         const Property property = Property::parse(line);
-        if (property.name == QLatin1String("BEGIN"))
+        if (property.name == QLatin1String("BEGIN")) {
             stack.append(property.value.toUpper());
+            if (stack.last() == vtimezone)
+                ++openTimeZones;
+        }
 
-        if (stack.contains(vtimezone)) {
+        if (openTimeZones > 0) {
             invitation.timeZoneLines.append(line);
         } else if (stack.size() == 1 && stack.first() == vcalendar &&
                    property.name == QLatin1String("METHOD")) {
@@ -247,6 +253,8 @@ std::optional<Invitation> Invitation::parse(const QString& text, const QTimeZone
         if (property.name == QLatin1String("END") && !stack.isEmpty()) {
             if (stack.last() == vevent)
                 eventEnded = true;
+            if (stack.last() == vtimezone)
+                --openTimeZones;
             stack.removeLast();
         }
     }

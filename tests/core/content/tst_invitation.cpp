@@ -61,6 +61,7 @@ private slots:
     void attendeeAmongOwnAddresses();
     void participationStatuses();
     void oddInputNeverCrashes();
+    void deepNestingStaysFast();
 };
 
 void TestInvitation::realWorldInvitations_data()
@@ -213,6 +214,13 @@ void TestInvitation::structure_data()
                     QStringList{"END:VCALENDAR"})
         << true << ""
         << "" << QStringList{"UID:1"} << zone;
+    QTest::newRow("zone lines last until the zone itself is closed, whatever the END names")
+        << calendar({"BEGIN:VCALENDAR", "BEGIN:vtimezone", "BEGIN:STANDARD", "END:VTIMEZONE",
+                     "TZID:Y", "END:X", "METHOD:REQUEST", "BEGIN:VEVENT", "UID:1", "END:VEVENT",
+                     "END:VCALENDAR"})
+        << true << "REQUEST"
+        << "" << QStringList{"UID:1"}
+        << QStringList{"BEGIN:vtimezone", "BEGIN:STANDARD", "END:VTIMEZONE", "TZID:Y", "END:X"};
     QTest::newRow("method upper-cased, method inside the event ignored")
         << calendar({"BEGIN:VCALENDAR", "METHOD:request", "BEGIN:VEVENT", "METHOD:CANCEL", "UID:1",
                      "END:VEVENT", "END:VCALENDAR"})
@@ -532,6 +540,19 @@ void TestInvitation::oddInputNeverCrashes()
                           newYork);
         Invitation::fold(noise);
     }
+}
+
+void TestInvitation::deepNestingStaysFast()
+{
+    // A hostile part of endless BEGIN lines: looking through the open components on every line
+    // would take minutes here.
+    const QString text = calendar({"BEGIN:VCALENDAR", "BEGIN:VEVENT", "UID:1", "END:VEVENT"}) +
+                         QStringLiteral("BEGIN:X\r\n").repeated(400000) +
+                         QStringLiteral("BEGIN:VTIMEZONE\r\nTZID:Z\r\n");
+    const auto invitation = Invitation::parse(text, newYork);
+    QVERIFY(invitation);
+    QCOMPARE(invitation->replyLines, QStringList{"UID:1"});
+    QCOMPARE(invitation->timeZoneLines, (QStringList{"BEGIN:VTIMEZONE", "TZID:Z"}));
 }
 
 QTEST_GUILESS_MAIN(TestInvitation)
