@@ -59,7 +59,8 @@ public:
     // Gives the blobId of the stored blob.
     QCoro::Task<QString> upload(QByteArray data, QString type);
 
-    // A stream of push events over the event source; it starts reading at once.
+    // A stream of push events over the event source; it returns at once and starts reading on
+    // the next turn of the event loop, so that the caller can connect to it first.
     std::unique_ptr<JMAPPushStream> pushEvents(const QStringList& types);
 
     // Every character but Unicode letters, digits and "-._~" percent-encoded as UTF-8.
