@@ -8,6 +8,7 @@ packages=(
   build-essential cmake ninja-build ccache pkg-config clang-format
   qt6-base-dev qt6-base-dev-tools qt6-webengine-dev qt6-webengine-dev-tools
   libqt6webenginecore6-bin qt6-webchannel-dev
+  qt6-qpa-plugins qt6-wayland
   qcoro-qt6-dev qtkeychain-qt6-dev
   libcmark-gfm-dev libcmark-gfm-extensions-dev
   libgl-dev
