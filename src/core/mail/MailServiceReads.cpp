@@ -44,6 +44,17 @@ struct Recipients
 
 const QString accountIdKey = QStringLiteral("accountId");
 
+// The arguments of a call in the batch whose ids are the result of an earlier call.
+QJsonObject referencing(const QString& accountId, const QString& resultOf, const QString& name,
+                        const QString& path, const QJsonArray& properties = {})
+{
+    QJsonObject arguments{{accountIdKey, accountId},
+                          {QStringLiteral("#ids"), resultReference(resultOf, name, path)}};
+    if (!properties.isEmpty())
+        arguments.insert(QStringLiteral("properties"), properties);
+    return arguments;
+}
+
 QJsonArray newestFirst()
 {
     return QJsonArray{QJsonObject{{QStringLiteral("property"), QStringLiteral("receivedAt")},
@@ -109,23 +120,15 @@ QCoro::Task<ThreadPage> MailService::threads(QString inMailbox, QString search,
         {QStringLiteral("position"), position},
         {QStringLiteral("limit"), limit},
         {QStringLiteral("calculateTotal"), true}};
-    const QJsonObject anchors{
-        {accountIdKey, accountId},
-        {QStringLiteral("#ids"),
-         resultReference(QStringLiteral("query"), QStringLiteral("Email/query"),
-                         QStringLiteral("/ids"))},
-        {QStringLiteral("properties"), QJsonArray{QStringLiteral("threadId")}}};
-    const QJsonObject threadsCall{
-        {accountIdKey, accountId},
-        {QStringLiteral("#ids"),
-         resultReference(QStringLiteral("anchors"), QStringLiteral("Email/get"),
-                         QStringLiteral("/list/*/threadId"))}};
-    const QJsonObject emailsCall{
-        {accountIdKey, accountId},
-        {QStringLiteral("#ids"),
-         resultReference(QStringLiteral("threads"), QStringLiteral("Thread/get"),
-                         QStringLiteral("/list/*/emailIds"))},
-        {QStringLiteral("properties"), QJsonArray::fromStringList(Email::summaryProperties)}};
+    const QJsonObject anchors =
+        referencing(accountId, QStringLiteral("query"), QStringLiteral("Email/query"),
+                    QStringLiteral("/ids"), QJsonArray{QStringLiteral("threadId")});
+    const QJsonObject threadsCall =
+        referencing(accountId, QStringLiteral("anchors"), QStringLiteral("Email/get"),
+                    QStringLiteral("/list/*/threadId"));
+    const QJsonObject emailsCall = referencing(
+        accountId, QStringLiteral("threads"), QStringLiteral("Thread/get"),
+        QStringLiteral("/list/*/emailIds"), QJsonArray::fromStringList(Email::summaryProperties));
     const QList<Invocation> calls{
         {QStringLiteral("Email/query"), query, QStringLiteral("query")},
         {QStringLiteral("Email/get"), anchors, QStringLiteral("anchors")},
@@ -166,14 +169,11 @@ QCoro::Task<QMap<QString, QList<Email>>> MailService::threads(QStringList ids)
     const QString accountId = co_await m_client->accountId();
     const QJsonObject threadCall{{accountIdKey, accountId},
                                  {QStringLiteral("ids"), QJsonArray::fromStringList(ids)}};
-    const QJsonObject emailsCall{
-        {accountIdKey, accountId},
-        {QStringLiteral("#ids"),
-         resultReference(QStringLiteral("thread"), QStringLiteral("Thread/get"),
-                         QStringLiteral("/list/*/emailIds"))},
-        {QStringLiteral("properties"), QJsonArray::fromStringList(Email::detailProperties)},
-        {QStringLiteral("fetchTextBodyValues"), true},
-        {QStringLiteral("fetchHTMLBodyValues"), true}};
+    QJsonObject emailsCall = referencing(
+        accountId, QStringLiteral("thread"), QStringLiteral("Thread/get"),
+        QStringLiteral("/list/*/emailIds"), QJsonArray::fromStringList(Email::detailProperties));
+    emailsCall.insert(QStringLiteral("fetchTextBodyValues"), true);
+    emailsCall.insert(QStringLiteral("fetchHTMLBodyValues"), true);
     const QList<Invocation> calls{
         {QStringLiteral("Thread/get"), threadCall, QStringLiteral("thread")},
         {QStringLiteral("Email/get"), emailsCall, QStringLiteral("emails")}};
@@ -208,12 +208,9 @@ QCoro::Task<QList<Email>> MailService::unreadEmails(QString inMailbox, QDateTime
                      {QStringLiteral("after"), JMAPDecoding::formatDate(since)}}},
         {QStringLiteral("sort"), newestFirst()},
         {QStringLiteral("limit"), limit}};
-    const QJsonObject emailsCall{
-        {accountIdKey, accountId},
-        {QStringLiteral("#ids"),
-         resultReference(QStringLiteral("query"), QStringLiteral("Email/query"),
-                         QStringLiteral("/ids"))},
-        {QStringLiteral("properties"), QJsonArray::fromStringList(Email::summaryProperties)}};
+    const QJsonObject emailsCall =
+        referencing(accountId, QStringLiteral("query"), QStringLiteral("Email/query"),
+                    QStringLiteral("/ids"), QJsonArray::fromStringList(Email::summaryProperties));
     const QList<Invocation> calls{
         {QStringLiteral("Email/query"), query, QStringLiteral("query")},
         {QStringLiteral("Email/get"), emailsCall, QStringLiteral("emails")}};
@@ -230,13 +227,9 @@ QCoro::Task<QList<EmailAddress>> MailService::recipients(QString inMailbox, qint
         {QStringLiteral("filter"), QJsonObject{{QStringLiteral("inMailbox"), inMailbox}}},
         {QStringLiteral("sort"), newestFirst()},
         {QStringLiteral("limit"), limit}};
-    const QJsonObject emailsCall{
-        {accountIdKey, accountId},
-        {QStringLiteral("#ids"),
-         resultReference(QStringLiteral("query"), QStringLiteral("Email/query"),
-                         QStringLiteral("/ids"))},
-        {QStringLiteral("properties"),
-         QJsonArray{QStringLiteral("to"), QStringLiteral("cc"), QStringLiteral("bcc")}}};
+    const QJsonObject emailsCall = referencing(
+        accountId, QStringLiteral("query"), QStringLiteral("Email/query"), QStringLiteral("/ids"),
+        QJsonArray{QStringLiteral("to"), QStringLiteral("cc"), QStringLiteral("bcc")});
     const QList<Invocation> calls{
         {QStringLiteral("Email/query"), query, QStringLiteral("query")},
         {QStringLiteral("Email/get"), emailsCall, QStringLiteral("emails")}};
