@@ -1,3 +1,4 @@
+#include "Fixtures.h"
 #include "content/EmailHTML.h"
 #include "markdown/Document.h"
 #include "markdown/HTMLFormatter.h"
@@ -35,10 +36,7 @@ constexpr qsizetype megabyte = 1024 * 1024;
 
 QString fixture(const QString& path)
 {
-    QFile file(qEnvironmentVariable("VELDRIN_FIXTURES") + QLatin1Char('/') + path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll());
+    return Fixtures::text(path);
 }
 
 // The same parser the renderer uses, with cmark's renderer behind it.

@@ -1,3 +1,4 @@
+#include "Fixtures.h"
 #include "config/ConfigStore.h"
 #include "jmap/Errors.h"
 
@@ -30,7 +31,7 @@ bool writeFile(const QString& path, const QByteArray& data)
 
 QString fixture(const QString& name)
 {
-    return qEnvironmentVariable("VELDRIN_FIXTURES") + QStringLiteral("/config/") + name;
+    return Fixtures::path(QStringLiteral("config/") + name);
 }
 
 // Every key set away from its default.

@@ -1,3 +1,4 @@
+#include "Fixtures.h"
 #include "content/EmailHTML.h"
 
 #include <QFile>
@@ -70,10 +71,7 @@ Email htmlOnly(const QString& html)
 
 QString fixture(const QString& path)
 {
-    QFile file(qEnvironmentVariable("VELDRIN_FIXTURES") + QLatin1Char('/') + path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll());
+    return Fixtures::text(path);
 }
 
 const QString noContent = QStringLiteral("<p><em>(no content)</em></p>");

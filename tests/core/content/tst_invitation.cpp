@@ -1,3 +1,4 @@
+#include "Fixtures.h"
 #include "content/Invitation.h"
 
 #include <QFile>
@@ -12,10 +13,7 @@ const QTimeZone newYork("America/New_York");
 
 QString fixture(const QString& name)
 {
-    QFile file(qEnvironmentVariable("VELDRIN_FIXTURES") + QStringLiteral("/content/") + name);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("missing fixture %s", qPrintable(name));
-    return QString::fromUtf8(file.readAll());
+    return Fixtures::text(QStringLiteral("content/") + name);
 }
 
 QDateTime utc(const QString& iso)

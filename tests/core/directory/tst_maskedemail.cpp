@@ -1,5 +1,6 @@
 #include "AsyncTest.h"
 #include "FakeNetwork.h"
+#include "Fixtures.h"
 #include "directory/MaskedEmailService.h"
 #include "jmap/JMAPDecoding.h"
 
@@ -19,10 +20,7 @@ QJsonObject object(const char* text)
 
 QJsonObject fixture(const QString& name)
 {
-    QFile file(qEnvironmentVariable("VELDRIN_FIXTURES") + "/directory/" + name);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("missing fixture %s", qPrintable(name));
-    return QJsonDocument::fromJson(file.readAll()).object();
+    return Fixtures::json(QStringLiteral("directory/") + name);
 }
 
 const QString absent = QStringLiteral("<absent>");

@@ -1,4 +1,5 @@
 #include "AsyncTest.h"
+#include "EmailIds.h"
 #include "FakeNetwork.h"
 #include "MailFixtures.h"
 #include "mail/MailService.h"
@@ -9,14 +10,6 @@ using namespace AsyncTest;
 using namespace MailFixtures;
 
 namespace {
-
-QStringList idsOf(const QList<Email>& emails)
-{
-    QStringList ids;
-    for (const Email& email : emails)
-        ids.append(email.id);
-    return ids;
-}
 
 } // namespace
 

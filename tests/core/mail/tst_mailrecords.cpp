@@ -1,3 +1,5 @@
+#include "EmailIds.h"
+#include "Fixtures.h"
 #include "jmap/JMAPDecoding.h"
 #include "mail/Email.h"
 #include "mail/MailThread.h"
@@ -11,10 +13,7 @@ namespace {
 
 QJsonObject fixture(const QString& name)
 {
-    QFile file(qEnvironmentVariable("VELDRIN_FIXTURES") + QStringLiteral("/mail/") + name);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("missing fixture %s", qPrintable(name));
-    return QJsonDocument::fromJson(file.readAll()).object();
+    return Fixtures::json(QStringLiteral("mail/") + name);
 }
 
 QJsonObject minimalEmail(const QString& id = QStringLiteral("M1"))
@@ -43,14 +42,6 @@ Email copy(const QString& id, const QString& messageId, const QString& mailbox)
     if (!messageId.isNull())
         object["messageId"] = QJsonArray{messageId};
     return Email::fromJson(object);
-}
-
-QStringList ids(const QList<Email>& emails)
-{
-    QStringList result;
-    for (const Email& email : emails)
-        result.append(email.id);
-    return result;
 }
 
 } // namespace
@@ -336,7 +327,7 @@ void TestMailRecords::uniqueMessagesRule()
 {
     QFETCH(QList<Email>, emails);
     QFETCH(std::optional<QString>, preferring);
-    QTEST(ids(uniqueMessages(emails, preferring)), "expected");
+    QTEST(idsOf(uniqueMessages(emails, preferring)), "expected");
 }
 
 QTEST_GUILESS_MAIN(TestMailRecords)

@@ -1,3 +1,4 @@
+#include "Fixtures.h"
 #include "markdown/Document.h"
 #include "markdown/HTMLFormatter.h"
 #include "markdown/MarkdownRenderer.h"
@@ -24,10 +25,7 @@ namespace {
 
 QString fixture(const QString& name)
 {
-    QFile file(qEnvironmentVariable("VELDRIN_FIXTURES") + QStringLiteral("/markdown/") + name);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll());
+    return Fixtures::text(QStringLiteral("markdown/") + name);
 }
 
 // Every line of text inside the given number of block quotes.

@@ -1,3 +1,4 @@
+#include "Fixtures.h"
 #include "markdown/MarkdownRenderer.h"
 
 #include <QFile>
@@ -37,10 +38,7 @@ void addRow(const char* name, const char* markdown, const char* html)
 
 QString fixture(const QString& name)
 {
-    QFile file(qEnvironmentVariable("VELDRIN_FIXTURES") + QStringLiteral("/markdown/") + name);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll());
+    return Fixtures::text(QStringLiteral("markdown/") + name);
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 // needs nothing of the harness's seed but the account and its role mailboxes.
 
 #include "AsyncTest.h"
+#include "EmailIds.h"
 #include "jmap/JMAPClient.h"
 #include "jmap/JMAPDecoding.h"
 #include "jmap/JMAPPushStream.h"
@@ -90,14 +91,6 @@ QCoro::Task<QMap<QString, QJsonObject>> getEmails(JMAPClient* client, QStringLis
 QJsonValue keyword(const QJsonObject& email, const char* name)
 {
     return email.value("keywords").toObject().value(QLatin1String(name));
-}
-
-QStringList idsOf(const QList<Email>& emails)
-{
-    QStringList ids;
-    for (const Email& email : emails)
-        ids.append(email.id);
-    return ids;
 }
 
 } // namespace
