@@ -164,16 +164,6 @@ void AppState::report(std::exception_ptr error)
     setErrorMessage(Errors::describe(error));
 }
 
-void AppState::report(const Error& error)
-{
-    if (dynamic_cast<const CancelledError*>(&error))
-        return;
-    if (const auto* transport = dynamic_cast<const TransportError*>(&error);
-        transport && transport->isCancellation())
-        return;
-    setErrorMessage(error.description());
-}
-
 void AppState::start(std::function<void(QUuid)> openCompose)
 {
     m_openComposeWindow = std::move(openCompose);

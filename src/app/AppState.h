@@ -105,7 +105,6 @@ public:
     void loadDemoData();
     // The one road by which background failures reach the error bar; silent for cancellation.
     void report(std::exception_ptr error);
-    void report(const Error& error);
 
 Q_SIGNALS:
     void configChanged();

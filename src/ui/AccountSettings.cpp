@@ -130,7 +130,6 @@ void AccountSettings::runConnect()
     connectAndReport(m_state, this, [this] {
         --m_connecting;
         refresh();
-        Q_EMIT connectFinished();
     });
 }
 

@@ -22,9 +22,6 @@ public:
     void saveAndConnect();
     void removeToken();
 
-Q_SIGNALS:
-    void connectFinished();
-
 private:
     void refresh();
     void runConnect();

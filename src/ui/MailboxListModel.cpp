@@ -49,12 +49,8 @@ QVariant MailboxListModel::data(const QModelIndex& index, int role) const
             .arg(mailbox.unreadThreads);
     case IdRole:
         return mailbox.id;
-    case RoleRole:
-        return mailbox.role.value_or(QString());
     case BadgeRole:
         return badge(mailbox, m_state && m_state->config().showTotalCount.contains(mailbox.id));
-    case UnreadRole:
-        return mailbox.unreadThreads > 0;
     case DepthRole:
         return node.depth;
     case HasChildrenRole:
@@ -70,9 +66,7 @@ QHash<int, QByteArray> MailboxListModel::roleNames() const
 {
     auto names = QAbstractListModel::roleNames();
     names.insert(IdRole, "mailboxId");
-    names.insert(RoleRole, "role");
     names.insert(BadgeRole, "badge");
-    names.insert(UnreadRole, "unread");
     names.insert(DepthRole, "depth");
     names.insert(HasChildrenRole, "hasChildren");
     names.insert(CollapsedRole, "collapsed");

@@ -17,9 +17,7 @@ public:
     enum Role
     {
         IdRole = Qt::UserRole + 1,
-        RoleRole,
         BadgeRole,
-        UnreadRole,
         DepthRole,
         HasChildrenRole,
         CollapsedRole,
