@@ -15,7 +15,8 @@ packages=(
   xvfb xauth dbus dbus-x11 gnome-keyring libsecret-tools
   cyrus-imapd cyrus-caldav cyrus-admin cyrus-clients sasl2-bin
   libsasl2-modules libsasl2-modules-db openssl ca-certificates python3
-  fonts-dejavu-core
+  fonts-dejavu-core breeze-icon-theme libqt6svg6 qt6-pdf-dev
+  xdotool
   curl
 )
 $SUDO apt-get update -qq
