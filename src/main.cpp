@@ -1,6 +1,6 @@
-#include "app/AppState.h"
-#include "ui/MainWindow.h"
-#include "ui/SingleInstance.h"
+#include "app/state/AppState.h"
+#include "ui/desktop/SingleInstance.h"
+#include "ui/main/MainWindow.h"
 
 #include <QApplication>
 #include <QNetworkAccessManager>

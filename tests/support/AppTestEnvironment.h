@@ -1,7 +1,7 @@
 #pragma once
 
 #include "MemorySecretStore.h"
-#include "app/AppState.h"
+#include "app/state/AppState.h"
 #include "config/Keychain.h"
 
 #include <QNetworkAccessManager>

@@ -1,12 +1,12 @@
 #include "AppTestEnvironment.h"
 #include "FakeNetwork.h"
-#include "app/AppState.h"
-#include "ui/AccountSettings.h"
-#include "ui/ErrorBar.h"
-#include "ui/MailboxListModel.h"
-#include "ui/MainWindow.h"
-#include "ui/SettingsWindow.h"
-#include "ui/SidebarView.h"
+#include "app/state/AppState.h"
+#include "ui/main/ErrorBar.h"
+#include "ui/main/MailboxListModel.h"
+#include "ui/main/MainWindow.h"
+#include "ui/main/SidebarView.h"
+#include "ui/settings/AccountSettings.h"
+#include "ui/settings/SettingsWindow.h"
 
 #include <QAbstractItemModelTester>
 #include <QDir>

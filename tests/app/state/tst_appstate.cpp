@@ -1,7 +1,7 @@
 #include "AppTestEnvironment.h"
 #include "AsyncTest.h"
 #include "FakeNetwork.h"
-#include "app/AppState.h"
+#include "app/state/AppState.h"
 
 #include <QFile>
 #include <QJsonDocument>

@@ -1,12 +1,12 @@
 #include "AppTestEnvironment.h"
 #include "AsyncTest.h"
-#include "app/AppState.h"
+#include "app/state/AppState.h"
 #include "config/Keychain.h"
-#include "ui/AccountSettings.h"
-#include "ui/MailboxListModel.h"
-#include "ui/MainWindow.h"
-#include "ui/SettingsWindow.h"
-#include "ui/SidebarView.h"
+#include "ui/main/MailboxListModel.h"
+#include "ui/main/MainWindow.h"
+#include "ui/main/SidebarView.h"
+#include "ui/settings/AccountSettings.h"
+#include "ui/settings/SettingsWindow.h"
 
 #include <QDir>
 #include <QLabel>

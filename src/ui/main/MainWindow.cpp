@@ -2,9 +2,9 @@
 
 #include "ErrorBar.h"
 #include "MailboxOverview.h"
-#include "SettingsWindow.h"
 #include "SidebarView.h"
-#include "app/AppState.h"
+#include "app/state/AppState.h"
+#include "ui/settings/SettingsWindow.h"
 
 #include <QApplication>
 #include <QMenuBar>

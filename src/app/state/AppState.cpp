@@ -1,6 +1,6 @@
 #include "AppState.h"
 
-#include "DemoData.h"
+#include "app/demo/DemoData.h"
 #include "config/Keychain.h"
 
 #include <QDir>

@@ -1,7 +1,7 @@
 #include "MailboxListModel.h"
 
-#include "Icons.h"
-#include "app/AppState.h"
+#include "app/state/AppState.h"
+#include "ui/desktop/Icons.h"
 
 MailboxListModel::MailboxListModel(AppState* state, QObject* parent)
     : QAbstractListModel(parent), m_state(state)

@@ -1,7 +1,7 @@
 #include "ErrorBar.h"
 
-#include "Icons.h"
-#include "app/AppState.h"
+#include "app/state/AppState.h"
+#include "ui/desktop/Icons.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

@@ -1,7 +1,7 @@
 #include "AccountSettings.h"
 
-#include "Icons.h"
-#include "app/AppState.h"
+#include "app/state/AppState.h"
+#include "ui/desktop/Icons.h"
 
 #include <QCoroTask>
 #include <QFormLayout>

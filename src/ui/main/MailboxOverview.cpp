@@ -1,6 +1,6 @@
 #include "MailboxOverview.h"
 
-#include "app/AppState.h"
+#include "app/state/AppState.h"
 
 #include <QLabel>
 #include <QVBoxLayout>

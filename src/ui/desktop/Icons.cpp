@@ -1,4 +1,4 @@
-#include "Icons.h"
+#include "ui/desktop/Icons.h"
 
 #include <QApplication>
 #include <QHash>

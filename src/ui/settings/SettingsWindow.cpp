@@ -1,8 +1,8 @@
 #include "SettingsWindow.h"
 
 #include "AccountSettings.h"
-#include "Icons.h"
-#include "app/AppState.h"
+#include "app/state/AppState.h"
+#include "ui/desktop/Icons.h"
 
 #include <QTabWidget>
 #include <QVBoxLayout>

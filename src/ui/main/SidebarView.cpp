@@ -1,9 +1,9 @@
 #include "SidebarView.h"
 
-#include "Icons.h"
 #include "MailboxDelegate.h"
 #include "MailboxListModel.h"
-#include "app/AppState.h"
+#include "app/state/AppState.h"
+#include "ui/desktop/Icons.h"
 
 #include <QLabel>
 #include <QListView>
