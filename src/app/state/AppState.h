@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/state/ThreadCache.h"
 #include "app/stores/ContactStore.h"
 #include "app/stores/MaskedEmailStore.h"
 #include "config/AppConfig.h"
@@ -9,11 +10,16 @@
 #include "jmap/JMAPClient.h"
 #include "jmap/Mailbox.h"
 #include "mail/MailService.h"
+#include "mail/MailThread.h"
 
 #include <QCoroTask>
 #include <QObject>
 #include <QPointer>
+#include <QSet>
+#include <QUrl>
 #include <QUuid>
+
+#include <chrono>
 
 #include <functional>
 #include <memory>
@@ -35,6 +41,22 @@ struct AppEnvironment
     std::function<void()> installKeyMonitor;
     // Demo mode: made-up data, no network, no keychain.
     bool demo = false;
+
+    // The desktop: open a link or a file in its default application, and show a file in the
+    // file manager. Tests record the calls instead.
+    std::function<void(const QUrl&)> openUrl;
+    std::function<void(const QString& path)> revealFile;
+    // Where received attachments are cached, and where "Save to Downloads" puts them.
+    QString attachmentCacheDir;
+    QString downloadsDir;
+
+    // Timing of the refresh loop and the push listener; tests shorten them.
+    struct Timing
+    {
+        std::chrono::milliseconds minimumRefreshInterval{15000};
+        std::chrono::milliseconds pushFirstDelay{2000};
+        std::chrono::milliseconds pushMaximumDelay{60000};
+    } timing;
 
     // The real keychain, the settings file in the home directory.
     static AppEnvironment standard(QNetworkAccessManager* network);
@@ -106,6 +128,78 @@ public:
     // The one road by which background failures reach the error bar; silent for cancellation.
     void report(std::exception_ptr error);
 
+    // Staying current.
+    // Reloads mailboxes, the thread list and, when messages joined or left it, the open thread.
+    // Never throws.
+    QCoro::Task<> refresh();
+    QCoro::Task<> reloadMailboxes();
+    // The selected mailbox changed: the list empties at once and the first page is fetched.
+    void mailboxChanged();
+    bool isPushLive() const { return m_isPushLive; }
+
+    // The thread list.
+    const QList<MailThread>& threads() const { return m_threads; }
+    qint64 totalThreads() const { return m_totalThreads; }
+    const QSet<QString>& selectedThreadIds() const { return m_selectedThreadIds; }
+    void setSelectedThreadIds(const QSet<QString>& ids);
+    std::optional<QString> selectedThreadId() const;
+    void setSelectedThreadId(const std::optional<QString>& id);
+    std::optional<MailThread> selectedThread() const;
+    QList<MailThread> selectedThreads() const;
+    const QString& searchText() const { return m_searchText; }
+    void setSearchText(const QString& text);
+    bool isLoadingList() const { return m_isLoadingList; }
+    // The next page (false) or the first page again (true).
+    QCoro::Task<> loadThreads(bool reset);
+    // Runs the search in searchText (the search field's submit and its clear button).
+    QCoro::Task<> search();
+    // The main window calls this whenever selectedThreadIds changes.
+    void threadSelectionChanged();
+    const ThreadCache& threadCache() const { return m_threadCache; }
+
+    // The open thread.
+    const QList<Email>& openEmails() const { return m_openEmails; }
+    const QSet<QString>& expandedEmailIds() const { return m_expandedEmailIds; }
+    void setExpandedEmailIds(const QSet<QString>& ids);
+    // Opens or closes one message of the reader.
+    void toggleExpanded(const QString& emailId);
+    const QSet<QString>& detailEmailIds() const { return m_detailEmailIds; }
+    void toggleDetails(const QString& emailId);
+    bool isLoadingThread() const { return m_isLoadingThread; }
+    const std::optional<QString>& scrollTargetEmailId() const { return m_scrollTargetEmailId; }
+    int scrollRequest() const { return m_scrollRequest; }
+    const std::optional<QString>& focusedEmailId() const { return m_focusedEmailId; }
+    void setFocusedEmailId(const std::optional<QString>& id);
+    int messageScrollRequest() const { return m_messageScrollRequest; }
+    // A click on a new-mail notification: shows the inbox with that thread selected.
+    void openInboxThread(const QString& threadId);
+    // Sets or clears a keyword on messages: on screen at once, then on the server.
+    QCoro::Task<> setKeyword(QString keyword, bool on, QStringList emailIds);
+
+    // Received attachments and message sources.
+    struct RawMessage
+    {
+        QString id;
+        QString subject;
+        // Absent while loading.
+        std::optional<QString> source;
+        bool operator==(const RawMessage&) const = default;
+    };
+    // The local file of a received part, fetched into the cache when it is not there yet.
+    QCoro::Task<QString> attachmentFile(BodyPart part);
+    // The bytes of an inline part (a cid: image), from the server or, in demo mode, made up.
+    QCoro::Task<QByteArray> partData(BodyPart part);
+    // A safe file name for a part: no "/" or ":", "attachment" plus an extension when unnamed.
+    static QString fileName(const BodyPart& part);
+    void quickLook(const BodyPart& part);
+    const std::optional<QString>& quickLookPath() const { return m_quickLookPath; }
+    void setQuickLookPath(const std::optional<QString>& path);
+    void openAttachment(const BodyPart& part);
+    void saveAttachment(const BodyPart& part);
+    void showRawMessage(const Email& email);
+    const std::optional<RawMessage>& rawMessage() const { return m_rawMessage; }
+    void setRawMessage(const std::optional<RawMessage>& message);
+
 Q_SIGNALS:
     void configChanged();
     void hasTokenChanged();
@@ -118,6 +212,20 @@ Q_SIGNALS:
     void accessChanged();
     void serviceChanged();
     void activityChanged();
+    void threadsChanged();
+    void totalThreadsChanged();
+    void selectedThreadIdsChanged();
+    void searchTextChanged();
+    void isLoadingListChanged();
+    void openEmailsChanged();
+    void expandedEmailIdsChanged();
+    void detailEmailIdsChanged();
+    void isLoadingThreadChanged();
+    void scrollRequestChanged();
+    void focusedEmailIdChanged();
+    void messageScrollRequestChanged();
+    void quickLookPathChanged();
+    void rawMessageChanged();
 
 private:
     void setHasToken(bool value);
@@ -152,4 +260,32 @@ private:
     bool m_started = false;
     int m_activeFetches = 0;
     int m_activePushes = 0;
+
+    // Staying current.
+    bool m_isPushLive = false;
+
+    // The thread list.
+    QList<MailThread> m_threads;
+    qint64 m_totalThreads = 0;
+    QSet<QString> m_selectedThreadIds;
+    QString m_searchText;
+    bool m_isLoadingList = false;
+    quint64 m_listGeneration = 0;
+    std::optional<QString> m_threadToOpen;
+    ThreadCache m_threadCache{50};
+
+    // The open thread.
+    QList<Email> m_openEmails;
+    QSet<QString> m_expandedEmailIds;
+    QSet<QString> m_detailEmailIds;
+    bool m_isLoadingThread = false;
+    std::optional<QString> m_scrollTargetEmailId;
+    int m_scrollRequest = 0;
+    std::optional<QString> m_focusedEmailId;
+    int m_messageScrollRequest = 0;
+    quint64 m_threadGeneration = 0;
+
+    // Attachments.
+    std::optional<QString> m_quickLookPath;
+    std::optional<RawMessage> m_rawMessage;
 };
