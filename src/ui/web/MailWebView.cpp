@@ -3,6 +3,7 @@
 #include "HeightBridge.h"
 #include "MailWebPage.h"
 #include "MailWebProfile.h"
+#include "content/EmailHTML.h"
 
 #include <QAbstractScrollArea>
 #include <QAction>
@@ -23,18 +24,31 @@
 namespace {
 
 // Runs in the application world, which works while the document's own scripts are off. It
-// reports the height of the whole document whenever layout changes it: as images arrive, as
-// the width changes.
+// reports the height of the message whenever layout changes it: as images arrive, as the width
+// changes. It measures the message's root element down to the end of the page's own spacing
+// rather than the document element, since many messages pin html and body to the window's
+// height and would otherwise be cut off at it.
 const char heightScript[] = R"(
 (function () {
     if (typeof qt === 'undefined' || !qt.webChannelTransport) { return; }
     new QWebChannel(qt.webChannelTransport, function (channel) {
         var bridge = channel.objects.veldrinHeight;
-        var root = document.documentElement;
-        var post = function () {
-            bridge.report(Math.ceil(root.getBoundingClientRect().height));
+        var html = document.documentElement;
+        var root = document.getElementById('%1');
+        var below = function (element) {
+            var style = getComputedStyle(element);
+            return (parseFloat(style.paddingBottom) || 0) + (parseFloat(style.borderBottomWidth) || 0);
         };
-        new ResizeObserver(post).observe(root);
+        var measure = function () {
+            if (!root || !document.body) { return html.getBoundingClientRect().height; }
+            var bodyStyle = getComputedStyle(document.body);
+            return root.getBoundingClientRect().bottom + window.scrollY + below(document.body)
+                + (parseFloat(bodyStyle.marginBottom) || 0) + below(html);
+        };
+        var post = function () { bridge.report(Math.ceil(measure())); };
+        var observer = new ResizeObserver(post);
+        observer.observe(html);
+        if (root) { observer.observe(root); }
         post();
     });
 })();
@@ -87,7 +101,8 @@ void MailWebView::installHeightScript()
 
     QWebEngineScript script;
     script.setName(QStringLiteral("veldrin-height"));
-    script.setSourceCode(webChannelLibrary() + QLatin1String(heightScript));
+    script.setSourceCode(webChannelLibrary() +
+                         QString::fromLatin1(heightScript).arg(QLatin1String(EmailHTML::rootId)));
     script.setInjectionPoint(QWebEngineScript::DocumentReady);
     script.setWorldId(QWebEngineScript::ApplicationWorld);
     script.setRunsOnSubFrames(false);

@@ -475,15 +475,25 @@ void TestMailWebView::verticalWheelScrollsTheEnclosingArea()
     area.show();
     QVERIFY(QTest::qWaitForWindowExposed(&area));
 
-    QString rows;
+    // Many newsletters pin the page to the window's height; the message is still taller.
+    QString rows = QStringLiteral("<style>html, body { height: 100%; }</style>");
     for (int row = 0; row < 200; ++row)
         rows += QStringLiteral("<p>Line %1</p>").arg(row);
+    rows += QStringLiteral("<p id=last>The end</p>");
     QSignalSpy heights(view, &MailWebView::contentHeightChanged);
     QVERIFY(show(*view, EmailHTML::wrap(rows, false)));
     QVERIFY(view->contentHeight() > 3000);
     QCOMPARE(heights.last().first().toInt(), view->contentHeight());
     view->setMinimumHeight(view->contentHeight());
     QTRY_VERIFY(area.verticalScrollBar()->maximum() > 0);
+    // At that height the whole message is on show, down to its last line.
+    QTRY_COMPARE(view->height(), view->contentHeight());
+    const int lastBottom =
+        evaluate(*view, QStringLiteral("document.getElementById('last').getBoundingClientRect()"
+                                       ".bottom"))
+            .toInt();
+    QVERIFY2(lastBottom <= view->height() && lastBottom > view->height() - 60,
+             qPrintable(QStringLiteral("%1 of %2").arg(lastBottom).arg(view->height())));
     QVERIFY(view->focusProxy());
 
     auto wheel = [&](QPoint delta) {
