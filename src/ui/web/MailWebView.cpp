@@ -45,7 +45,19 @@ const char heightScript[] = R"(
             return root.getBoundingClientRect().bottom + window.scrollY + below(document.body)
                 + (parseFloat(bodyStyle.marginBottom) || 0) + below(html);
         };
-        var post = function () { bridge.report(Math.ceil(measure())); };
+        // A page sized in viewport units grows with the view, and the view follows the page:
+        // after a few reports in a row in which the page grew along with the view, it stops
+        // growing instead of taking the reader with it forever.
+        var lastViewport = window.innerHeight, lastHeight = 0, coupled = 0;
+        var post = function () {
+            var height = Math.ceil(measure());
+            var viewportGrowth = window.innerHeight - lastViewport;
+            coupled = (viewportGrowth > 0 && height - lastHeight >= viewportGrowth) ? coupled + 1 : 0;
+            lastViewport = window.innerHeight;
+            if (coupled > 3 && height > lastHeight) { return; }
+            lastHeight = height;
+            bridge.report(height);
+        };
         var observer = new ResizeObserver(post);
         observer.observe(html);
         if (root) { observer.observe(root); }
