@@ -97,12 +97,6 @@ MailWebView::MailWebView(QWidget* parent) : QWebEngineView(parent)
     });
 }
 
-MailWebView::~MailWebView()
-{
-    if (current)
-        MailWebProfile::instance()->removeDocument(current->token);
-}
-
 void MailWebView::installHeightScript()
 {
     heightBridge = new HeightBridge(this);
@@ -129,10 +123,6 @@ void MailWebView::setDocument(const QString& html, const QList<BodyPart>& inline
         current->loader = std::move(loader);
         return;
     }
-    auto* profile = MailWebProfile::instance();
-    if (current)
-        profile->removeDocument(current->token);
-
     auto document = std::make_shared<MailDocument>();
     document->token = MailWebProfile::newToken();
     document->inlineParts = inlineParts;
@@ -144,7 +134,8 @@ void MailWebView::setDocument(const QString& html, const QList<BodyPart>& inline
         document->html = bytes;
     current = document;
     loadedHtml = html;
-    profile->addDocument(document);
+    // The previous document goes with the last reference to it: its late requests find nothing.
+    MailWebProfile::instance()->addDocument(document);
 
     if (document->html.isEmpty()) {
         // Based at the document's own origin, so its cid: requests say which view asked; a

@@ -24,7 +24,6 @@ public:
     using PartLoader = InlinePartLoader;
 
     explicit MailWebView(QWidget* parent = nullptr);
-    ~MailWebView() override;
 
     // Registers the cid: scheme and our own scheme for large documents. Call before the
     // QApplication exists (main.cpp and test main functions).

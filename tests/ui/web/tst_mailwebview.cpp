@@ -8,8 +8,6 @@
 #include <QDesktopServices>
 #include <QDir>
 #include <QImage>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QMenu>
 #include <QRegularExpression>
 #include <QScrollArea>
@@ -77,16 +75,9 @@ private:
         buffers.remove(socket);
         const QString path = line.size() > 1 ? QString::fromLatin1(line.at(1)) : QString();
         requests << path;
-        QByteArray type = "text/html";
-        QByteArray body = "<p>served</p>";
-        if (path.endsWith(QLatin1String(".png"))) {
-            type = "image/png";
-            body = pngOfWidth(3);
-        } else if (path.endsWith(QLatin1String(".css"))) {
-            type = "text/css";
-            body = "p { color: red; }";
-        }
-        socket->write("HTTP/1.1 200 OK\r\nContent-Type: " + type + "\r\nContent-Length: " +
+        // Everything gets a small image: only the asking matters here.
+        const QByteArray body = pngOfWidth(3);
+        socket->write("HTTP/1.1 200 OK\r\nContent-Type: image/png\r\nContent-Length: " +
                       QByteArray::number(body.size()) + "\r\nConnection: close\r\n\r\n" + body);
         socket->disconnectFromHost();
     }
@@ -99,15 +90,16 @@ class Desktop : public QObject
 {
     Q_OBJECT
 public:
+    const QStringList schemes{"http", "https", "mailto", "ftp", "file", "data", "javascript"};
     Desktop()
     {
-        for (const char* scheme : {"http", "https", "mailto", "ftp", "file", "data", "javascript"})
-            QDesktopServices::setUrlHandler(QString::fromLatin1(scheme), this, "open");
+        for (const QString& scheme : schemes)
+            QDesktopServices::setUrlHandler(scheme, this, "open");
     }
     ~Desktop() override
     {
-        for (const char* scheme : {"http", "https", "mailto", "ftp", "file", "data", "javascript"})
-            QDesktopServices::unsetUrlHandler(QString::fromLatin1(scheme));
+        for (const QString& scheme : schemes)
+            QDesktopServices::unsetUrlHandler(scheme);
     }
 
     QList<QUrl> opened;
@@ -196,9 +188,8 @@ std::optional<QPoint> centreOf(MailWebView& view, const QString& id)
 
 void click(MailWebView& view, QPoint at)
 {
-    QWidget* target = view.focusProxy() ? view.focusProxy() : &view;
-    QTest::mouseMove(target, at);
-    QTest::mouseClick(target, Qt::LeftButton, {}, at);
+    QTest::mouseMove(view.focusProxy(), at);
+    QTest::mouseClick(view.focusProxy(), Qt::LeftButton, {}, at);
 }
 
 int naturalWidth(MailWebView& view, const QString& id)
@@ -480,10 +471,8 @@ void TestMailWebView::verticalWheelScrollsTheEnclosingArea()
     for (int row = 0; row < 200; ++row)
         rows += QStringLiteral("<p>Line %1</p>").arg(row);
     rows += QStringLiteral("<p id=last>The end</p>");
-    QSignalSpy heights(view, &MailWebView::contentHeightChanged);
     QVERIFY(show(*view, EmailHTML::wrap(rows, false)));
     QVERIFY(view->contentHeight() > 3000);
-    QCOMPARE(heights.last().first().toInt(), view->contentHeight());
     view->setMinimumHeight(view->contentHeight());
     QTRY_VERIFY(area.verticalScrollBar()->maximum() > 0);
     // At that height the whole message is on show, down to its last line.
