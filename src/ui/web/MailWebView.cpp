@@ -99,7 +99,7 @@ MailWebView::MailWebView(QWidget* parent) : QWebEngineView(parent)
 
 void MailWebView::installHeightScript()
 {
-    heightBridge = new HeightBridge(this);
+    auto* heightBridge = new HeightBridge(this);
     connect(heightBridge, &HeightBridge::reported, this, &MailWebView::setContentHeight);
     auto* channel = new QWebChannel(this);
     channel->registerObject(QStringLiteral("veldrinHeight"), heightBridge);
@@ -191,7 +191,7 @@ QAbstractScrollArea* MailWebView::enclosingScrollArea() const
 
 bool MailWebView::eventFilter(QObject* watched, QEvent* event)
 {
-    if (event->type() != QEvent::Wheel || watched == this)
+    if (event->type() != QEvent::Wheel || watched != focusProxy())
         return QWebEngineView::eventFilter(watched, event);
     auto* wheel = static_cast<QWheelEvent*>(event);
     QPoint delta = wheel->angleDelta();

@@ -8,7 +8,6 @@
 #include <functional>
 #include <memory>
 
-class HeightBridge;
 class MailWebPage;
 class QAbstractScrollArea;
 
@@ -57,7 +56,6 @@ private:
     void setContentHeight(int height);
 
     MailWebPage* mailPage = nullptr;
-    HeightBridge* heightBridge = nullptr;
     std::shared_ptr<MailDocument> current;
     QString loadedHtml;
     int measuredHeight = 0;
