@@ -147,7 +147,6 @@ void TestSidebar::screenReaderMeetsAFolderTree()
     beds.name = "Raised beds";
     beds.parentId = "garden";
     state->setMailboxes(QList<Mailbox>(state->mailboxes()) << beds);
-    screenshot(&window, "sidebar-demo");
 
     MailboxListView* list = window.sidebar()->list();
     QAccessibleInterface* tree = QAccessible::queryAccessibleInterface(list);
@@ -205,6 +204,10 @@ void TestSidebar::screenReaderMeetsAFolderTree()
     QTest::keyClick(list, Qt::Key_Left); // and then goes up too
     QCOMPARE(state->selectedMailboxId(), std::optional<QString>("projects"));
     QCOMPARE(state->config().collapsedMailboxes, QStringList{"garden"});
+
+    QTest::keyClick(list, Qt::Key_Down);
+    QTRY_VERIFY(list->visualRect(window.sidebar()->model()->index(0)).isValid());
+    screenshot(&window, "sidebar-demo");
 
     // The action does what the keys do.
     projects->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
