@@ -1,6 +1,7 @@
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 #include "ui/main/ErrorBar.h"
+#include "ui/main/MailboxDelegate.h"
 #include "ui/main/MailboxListModel.h"
 #include "ui/main/MainWindow.h"
 #include "ui/main/SidebarView.h"
@@ -209,9 +210,14 @@ void TestSidebar::screenReaderMeetsAFolderTree()
     QTRY_VERIFY(list->visualRect(window.sidebar()->model()->index(0)).isValid());
     screenshot(&window, "sidebar-demo");
 
-    // The action does what the keys do.
+    // The action and a click on the triangle do what the keys do.
     projects->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
     QVERIFY(projects->state().collapsed);
+    const QRect row = list->visualRect(window.sidebar()->model()->index(6));
+    QTest::mouseClick(
+        list->viewport(), Qt::LeftButton, {},
+        QPoint(row.left() + 2 + MailboxDelegate::disclosureWidth / 2, row.center().y()));
+    QVERIFY(projects->state().expanded);
 }
 
 void TestSidebar::everyControlHasAName()
