@@ -2,11 +2,11 @@
 
 #include "MailboxDelegate.h"
 #include "MailboxListModel.h"
+#include "MailboxListView.h"
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 
 #include <QLabel>
-#include <QListView>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QStackedWidget>
@@ -51,12 +51,17 @@ SidebarView::SidebarView(AppState* state, QWidget* parent)
     m_stack->addWidget(empty);
     QObject::connect(open, &QPushButton::clicked, this, &SidebarView::openSettingsRequested);
 
-    m_list = new QListView(m_stack);
-    m_list->setObjectName(QStringLiteral("mailboxList"));
+    m_list = new MailboxListView(m_stack);
     m_list->setModel(m_model);
     auto* delegate = new MailboxDelegate(m_list);
     m_list->setItemDelegate(delegate);
-    QObject::connect(delegate, &MailboxDelegate::toggleCollapsedRequested, state,
+    // A click on the triangle goes the way of the keys, so that it is announced the same.
+    QObject::connect(delegate, &MailboxDelegate::toggleCollapsedRequested, m_list,
+                     [this](const QString& id) {
+                         const QModelIndex index = m_model->index(m_model->rowOf(id));
+                         m_list->setExpanded(index, !MailboxListView::isExpanded(index));
+                     });
+    QObject::connect(m_list, &MailboxListView::toggleCollapsedRequested, state,
                      &AppState::toggleCollapsed);
     m_list->setFrameShape(QFrame::NoFrame);
     m_list->setSelectionMode(QAbstractItemView::SingleSelection);
@@ -86,13 +91,14 @@ SidebarView::SidebarView(AppState* state, QWidget* parent)
     m_activity->setRange(0, 0);
     m_activity->setTextVisible(false);
     m_activity->setMaximumHeight(3);
+    m_activity->setObjectName(QStringLiteral("syncActivity"));
     statusColumn->addWidget(m_status);
     statusColumn->addWidget(m_activity);
     footerLayout->addLayout(statusColumn, 1);
     m_composeButton = new QToolButton(footer);
+    m_composeButton->setObjectName(QStringLiteral("composeButton"));
     m_composeButton->setIcon(Icons::icon(QStringLiteral("square.and.pencil")));
     m_composeButton->setAutoRaise(true);
-    m_composeButton->setToolTip(tr("New Message"));
     footerLayout->addWidget(m_composeButton);
     layout->addWidget(footer);
 
@@ -100,7 +106,9 @@ SidebarView::SidebarView(AppState* state, QWidget* parent)
     QObject::connect(state, &AppState::selectedMailboxIdChanged, this, &SidebarView::selectCurrent);
     QObject::connect(m_model, &QAbstractItemModel::rowsInserted, this, &SidebarView::selectCurrent);
     QObject::connect(state, &AppState::activityChanged, this, &SidebarView::updateFooter);
+    QObject::connect(state, &AppState::configChanged, this, &SidebarView::updateComposeHelp);
     showState();
+    updateComposeHelp();
     selectCurrent();
     updateFooter();
 }
@@ -133,6 +141,17 @@ void SidebarView::updateFooter()
     else if (m_state->activeFetches() > 0)
         status = tr("Fetching mail…");
     m_status->setText(status);
+    m_activity->setAccessibleName(status);
     m_status->setVisible(!status.isEmpty());
     m_activity->setVisible(!status.isEmpty());
+}
+
+void SidebarView::updateComposeHelp()
+{
+    // The button shows only an icon: its name is the action's title, its help adds the key.
+    const MailAction compose(MailAction::Compose);
+    const auto binding = m_state->config().binding(compose);
+    m_composeButton->setAccessibleName(compose.title());
+    m_composeButton->setToolTip(
+        binding ? compose.title() + QStringLiteral("   ") + binding->display() : compose.title());
 }

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "MailboxListView.h"
+
 #include <QWidget>
 
 class AppState;
 class MailboxListModel;
 class QLabel;
-class QListView;
 class QProgressBar;
 class QStackedWidget;
 class QToolButton;
@@ -17,7 +18,7 @@ class SidebarView : public QWidget
     Q_OBJECT
 public:
     explicit SidebarView(AppState* state, QWidget* parent = nullptr);
-    QListView* list() const { return m_list; }
+    MailboxListView* list() const { return m_list; }
     MailboxListModel* model() const { return m_model; }
 
 Q_SIGNALS:
@@ -27,11 +28,12 @@ private:
     void showState();
     void selectCurrent();
     void updateFooter();
+    void updateComposeHelp();
 
     AppState* m_state;
     MailboxListModel* m_model;
     QStackedWidget* m_stack;
-    QListView* m_list;
+    MailboxListView* m_list;
     QLabel* m_status;
     QProgressBar* m_activity;
     QToolButton* m_composeButton;
