@@ -2,18 +2,12 @@
 
 #include "jmap/Json.h"
 
-#include <limits>
-
 namespace {
 
-void readInt(const QJsonObject& object, const QString& key, int& field)
+void readInt(const QJsonObject& object, const QString& key, qint64& field)
 {
-    const auto value = Json::optionalInteger(object, key);
-    if (!value)
-        return;
-    if (*value < std::numeric_limits<int>::min() || *value > std::numeric_limits<int>::max())
-        Json::fail(QStringLiteral("The value of \"%1\" is out of range.").arg(key));
-    field = int(*value);
+    if (const auto value = Json::optionalInteger(object, key))
+        field = *value;
 }
 
 void readBool(const QJsonObject& object, const QString& key, bool& field)

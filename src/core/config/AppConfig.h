@@ -16,9 +16,11 @@ struct AppConfig
 {
     // The service's public JMAP session endpoint.
     QString sessionUrl = QStringLiteral("https://api.fastmail.com/jmap/session");
-    int pageSize = 50;
+    // The integers are read as they stand, in 64 bits, so that one absurd value does not cost
+    // the user every other setting; each is clamped where it is used.
+    qint64 pageSize = 50;
     // Floored where the refresh loop uses it, not here, so the file keeps what the user wrote.
-    int refreshIntervalSeconds = 60;
+    qint64 refreshIntervalSeconds = 60;
     bool loadRemoteImages = false;
     bool markReadOnOpen = true;
     bool markdownByDefault = true;
@@ -28,7 +30,7 @@ struct AppConfig
     bool showDockBadge = true;
     bool notifyNewMail = true;
     // 0 switches undo send off.
-    int undoSendSeconds = 10;
+    qint64 undoSendSeconds = 10;
     QStringList hideWhenEmpty;
     // Only set when the user picked a spam mailbox other than the server's junk mailbox.
     std::optional<QString> spamMailboxId;

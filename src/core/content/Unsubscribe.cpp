@@ -64,7 +64,8 @@ std::optional<Unsubscribe> Unsubscribe::method(const std::optional<QStringList>&
 {
     QList<QUrl> urls;
     for (const QString& entry : listUnsubscribe.value_or(QStringList())) {
-        const QUrl url(TextTrim::trimmedOf(entry, u"<> \t"), QUrl::StrictMode);
+        // Read as browsers do: a list's link with "|", braces or a backslash still works there.
+        const QUrl url(TextTrim::trimmedOf(entry, u"<> \t"), QUrl::TolerantMode);
         if (url.isValid() && !url.isEmpty())
             urls.append(url);
     }
@@ -145,6 +146,7 @@ QCoro::Task<void> Unsubscribe::postOneClick(QUrl to, QNetworkAccessManager* sess
         throw Failure(0);
     // Nothing here aborts the request, so a cancelled one ran into its time limit.
     if (reply->error() == QNetworkReply::OperationCanceledError)
-        throw TransportError(QNetworkReply::TimeoutError, QStringLiteral("The request timed out."));
-    throw TransportError(reply->error(), reply->errorString());
+        throw TransportError::reaching(QNetworkReply::TimeoutError, reply->url(),
+                                       QStringLiteral("The request timed out."));
+    throw TransportError::reaching(reply->error(), reply->url(), reply->errorString());
 }

@@ -82,17 +82,16 @@ QJsonObject freshMap(const QString& property, const QStringList& values, const M
 void patchEntries(const QString& property, const QList<Contact::Entry>& oldEntries,
                   const QStringList& newValues, QJsonObject& patch, const Maker& make)
 {
-    // The form showed the old values trimmed and without blank ones: compare the same way, and
-    // leave blank entries, which the user never saw, as they are.
+    // Old entries pair by the value stored on the card. One the form could not show as it is
+    // (blank, or padded) has no partner and goes; its trimmed value, if any, comes back as an
+    // addition. So a blank entry is cleaned up by the first save rather than kept forever.
     QList<bool> taken(oldEntries.size(), false);
-    for (qsizetype i = 0; i < oldEntries.size(); ++i)
-        taken[i] = oldEntries.at(i).value.trimmed().isEmpty();
     QStringList additions;
     bool anyTaken = false;
     for (const QString& value : newValues) {
         bool matched = false;
         for (qsizetype i = 0; i < oldEntries.size(); ++i) {
-            if (!taken.at(i) && oldEntries.at(i).value.trimmed() == value) {
+            if (!taken.at(i) && oldEntries.at(i).value == value) {
                 taken[i] = true;
                 matched = true;
                 anyTaken = true;

@@ -77,6 +77,16 @@ bool JMAPError::operator==(const JMAPError& other) const
            m_methodDescription == other.m_methodDescription;
 }
 
+TransportError TransportError::reaching(QNetworkReply::NetworkError code, const QUrl& url,
+                                        const QString& reason)
+{
+    const QString host = url.host().isEmpty() ? url.toDisplayString() : url.host();
+    QString text = reason.trimmed();
+    while (text.endsWith(u'.'))
+        text.chop(1);
+    return TransportError(code, QStringLiteral("Could not reach %1: %2.").arg(host, text));
+}
+
 QString CancelledError::description() const
 {
     return QStringLiteral("The operation was cancelled.");

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QNetworkReply>
 #include <QString>
+#include <QUrl>
 
 #include <exception>
 
@@ -68,6 +69,10 @@ public:
         : m_code(code), m_message(std::move(message))
     {
     }
+    // "Could not reach <host>: <reason>.", so that the bare text of the network stack (such
+    // as "Connection refused") says what failed and where.
+    static TransportError reaching(QNetworkReply::NetworkError code, const QUrl& url,
+                                   const QString& reason);
     QNetworkReply::NetworkError code() const { return m_code; }
     bool isCancellation() const { return m_code == QNetworkReply::OperationCanceledError; }
     QString description() const override { return m_message; }

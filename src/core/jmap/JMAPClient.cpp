@@ -58,9 +58,9 @@ TransportError transportError(const QNetworkReply& reply)
 {
     // Nothing here aborts a request, so a cancelled one ran into its transfer timeout.
     if (reply.error() == QNetworkReply::OperationCanceledError)
-        return TransportError(QNetworkReply::TimeoutError,
-                              QStringLiteral("The request timed out."));
-    return TransportError(reply.error(), reply.errorString());
+        return TransportError::reaching(QNetworkReply::TimeoutError, reply.url(),
+                                        QStringLiteral("The request timed out."));
+    return TransportError::reaching(reply.error(), reply.url(), reply.errorString());
 }
 
 QJsonValue parseJson(const QByteArray& data)

@@ -59,9 +59,11 @@ public:
     // Gives the blobId of the stored blob.
     QCoro::Task<QString> upload(QByteArray data, QString type);
 
-    // A stream of push events over the event source; it returns at once and starts reading on
-    // the next turn of the event loop, so that the caller can connect to it first.
-    std::unique_ptr<JMAPPushStream> pushEvents(const QStringList& types);
+    // A stream of push events over the event source of `client`; it returns at once and starts
+    // reading on the next turn of the event loop, so that the caller can connect to it first.
+    // The stream holds on to the client, which may be replaced meanwhile.
+    static std::unique_ptr<JMAPPushStream> pushEvents(std::shared_ptr<JMAPClient> client,
+                                                      const QStringList& types);
 
     // Every character but Unicode letters, digits and "-._~" percent-encoded as UTF-8.
     static QString percentEncoded(const QString& value);

@@ -21,11 +21,20 @@ std::optional<QDateTime> parseDate(const QString& text);
 // An instant as ISO 8601 text in UTC, without fractional seconds: "2026-11-21T09:30:00Z".
 QString formatDate(const QDateTime& date);
 
+// "missing <type>" is for a value that is absent or a scalar; an object or an array that does
+// not decode reads "<type>: <what went wrong>".
+inline bool isContainer(const QJsonValue& value)
+{
+    return value.isObject() || value.isArray();
+}
+
 template <typename T> QList<T> decodeList(const QJsonValue& value)
 {
     const QString typeName = QStringLiteral("Array<%1>").arg(QLatin1String(T::jsonTypeName));
-    if (!value.isArray())
+    if (!isContainer(value))
         throw JMAPError::malformed(QStringLiteral("missing %1").arg(typeName));
+    if (!value.isArray())
+        throw JMAPError::malformed(QStringLiteral("%1: The value is not an array.").arg(typeName));
     try {
         return Json::decodeArray<T>(value, typeName, &T::fromJson);
     } catch (const DecodeError& error) {
@@ -36,8 +45,10 @@ template <typename T> QList<T> decodeList(const QJsonValue& value)
 template <typename T> T decode(const QJsonValue& value)
 {
     const QString typeName = QLatin1String(T::jsonTypeName);
-    if (!value.isObject())
+    if (!isContainer(value))
         throw JMAPError::malformed(QStringLiteral("missing %1").arg(typeName));
+    if (!value.isObject())
+        throw JMAPError::malformed(QStringLiteral("%1: The value is not an object.").arg(typeName));
     try {
         return T::fromJson(value.toObject());
     } catch (const DecodeError& error) {

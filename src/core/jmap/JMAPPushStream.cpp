@@ -15,9 +15,10 @@ constexpr int idleTimeoutMilliseconds = 90000;
 
 } // namespace
 
-std::unique_ptr<JMAPPushStream> JMAPClient::pushEvents(const QStringList& types)
+std::unique_ptr<JMAPPushStream> JMAPClient::pushEvents(std::shared_ptr<JMAPClient> client,
+                                                       const QStringList& types)
 {
-    std::unique_ptr<JMAPPushStream> stream(new JMAPPushStream(this, types));
+    std::unique_ptr<JMAPPushStream> stream(new JMAPPushStream(std::move(client), types));
     // Reading starts on the next turn of the event loop: with the session already cached the
     // stream may fail at once, and the caller must have had a chance to connect to `ended`.
     JMAPPushStream* raw = stream.get();
@@ -25,8 +26,8 @@ std::unique_ptr<JMAPPushStream> JMAPClient::pushEvents(const QStringList& types)
     return stream;
 }
 
-JMAPPushStream::JMAPPushStream(JMAPClient* client, QStringList types)
-    : m_client(client), m_types(std::move(types))
+JMAPPushStream::JMAPPushStream(std::shared_ptr<JMAPClient> client, QStringList types)
+    : m_client(std::move(client)), m_network(m_client->m_urlSession), m_types(std::move(types))
 {
 }
 
@@ -45,7 +46,8 @@ JMAPPushStream::~JMAPPushStream()
 
 QCoro::Task<> JMAPPushStream::open(QPointer<JMAPPushStream> self)
 {
-    JMAPClient* client = m_client;
+    // The coroutine outlives the stream if the stream is dropped while the session loads.
+    const std::shared_ptr<JMAPClient> client = m_client;
     std::optional<QString> eventSourceUrl;
     try {
         const JMAPSession session = co_await client->session();
@@ -70,17 +72,21 @@ QCoro::Task<> JMAPPushStream::open(QPointer<JMAPPushStream> self)
         finish(std::make_exception_ptr(JMAPError::malformed(QStringLiteral("event source URL"))));
         co_return;
     }
+    if (!m_network) {
+        finish(std::make_exception_ptr(CancelledError()));
+        co_return;
+    }
     QNetworkRequest request = client->request(url, idleTimeoutMilliseconds);
     request.setRawHeader("Authorization", "Bearer " + client->m_token.toUtf8());
     request.setRawHeader("Accept", "text/event-stream");
     // A standing connection is no activity: it does not go through the client's send.
-    m_reply = client->m_urlSession->get(request);
-    connect(m_reply, &QNetworkReply::metaDataChanged, this, &JMAPPushStream::onMetaData);
+    m_reply = m_network->get(request);
+    connect(m_reply, &QNetworkReply::metaDataChanged, this, [this] { onMetaData(); });
     connect(m_reply, &QNetworkReply::readyRead, this, &JMAPPushStream::onReadyRead);
     connect(m_reply, &QNetworkReply::finished, this, &JMAPPushStream::onFinished);
 }
 
-void JMAPPushStream::onMetaData()
+void JMAPPushStream::onMetaData(bool final)
 {
     if (m_connected || m_ended || !m_reply)
         return;
@@ -88,6 +94,10 @@ void JMAPPushStream::onMetaData()
     if (!status.isValid())
         return;
     const int code = status.toInt();
+    // The network access manager follows redirects as it does for every other request; only
+    // the answer at the end of them counts.
+    if (code >= 300 && code <= 399 && !final)
+        return;
     if (code == 401 || code == 403) {
         finish(std::make_exception_ptr(JMAPError::unauthorized()));
         closeReply(true);
@@ -109,40 +119,67 @@ void JMAPPushStream::onReadyRead()
         onMetaData();
     if (!m_connected || m_ended || !m_reply)
         return;
-    m_buffer.append(m_reply->readAll());
-    // Lines end in "\n", "\r\n" or a lone "\r".
-    qsizetype start = 0;
-    for (qsizetype i = 0; i < m_buffer.size(); ++i) {
-        const char c = m_buffer.at(i);
-        if (c != '\n' && c != '\r')
-            continue;
-        if (c == '\r' && i + 1 == m_buffer.size())
-            break; // a "\n" may still follow in the next chunk
-        processLine(m_buffer.mid(start, i - start));
-        if (m_ended)
+    // Read in pieces, so that a flood is cut off at the first overlong line, not after it.
+    constexpr qint64 pieceBytes = 64 * 1024;
+    while (m_reply && m_reply->bytesAvailable() > 0) {
+        m_buffer.append(m_reply->read(pieceBytes));
+        // Lines end in "\n", "\r\n" or a lone "\r".
+        qsizetype start = 0;
+        for (qsizetype i = m_scanned; i < m_buffer.size(); ++i) {
+            const char c = m_buffer.at(i);
+            if (c != '\n' && c != '\r')
+                continue;
+            if (c == '\r' && i + 1 == m_buffer.size())
+                break; // a "\n" may still follow in the next chunk
+            if (i - start > maxLineBytes) {
+                failOverlongLine();
+                return;
+            }
+            processLine(m_buffer.mid(start, i - start));
+            if (m_ended)
+                return;
+            if (c == '\r' && m_buffer.at(i + 1) == '\n')
+                ++i;
+            start = i + 1;
+        }
+        m_buffer.remove(0, start);
+        // A trailing "\r" is looked at again with the next piece.
+        m_scanned = m_buffer.endsWith('\r') ? m_buffer.size() - 1 : m_buffer.size();
+        if (m_buffer.size() > maxLineBytes) {
+            failOverlongLine();
             return;
-        if (c == '\r' && m_buffer.at(i + 1) == '\n')
-            ++i;
-        start = i + 1;
+        }
     }
-    m_buffer.remove(0, start);
+}
+
+void JMAPPushStream::failOverlongLine()
+{
+    m_buffer.clear();
+    m_scanned = 0;
+    finish(std::make_exception_ptr(
+        JMAPError::malformed(QStringLiteral("event stream line longer than 1 MB"))));
+    closeReply(true);
 }
 
 void JMAPPushStream::onFinished()
 {
     if (m_ended || !m_reply)
         return;
-    if (!m_connected)
+    const QNetworkReply::NetworkError error = m_reply->error();
+    // A redirect that failed (too many, or to plain http) is a transport failure.
+    if (!m_connected && error == QNetworkReply::NoError)
+        onMetaData(true);
+    else if (!m_connected)
         onMetaData();
     if (m_ended)
         return;
-    const QNetworkReply::NetworkError error = m_reply->error();
     if (!m_connected) {
         if (error == QNetworkReply::NoError)
             finish(
                 std::make_exception_ptr(JMAPError::malformed(QStringLiteral("non-HTTP response"))));
         else
-            finish(std::make_exception_ptr(TransportError(error, m_reply->errorString())));
+            finish(std::make_exception_ptr(
+                TransportError::reaching(error, m_reply->url(), m_reply->errorString())));
         closeReply();
         return;
     }
@@ -152,10 +189,12 @@ void JMAPPushStream::onFinished()
     if (error != QNetworkReply::NoError) {
         // Nothing but the idle timeout aborts the reply while the stream runs.
         if (error == QNetworkReply::OperationCanceledError)
-            finish(std::make_exception_ptr(TransportError(
-                QNetworkReply::TimeoutError, QStringLiteral("The push connection timed out."))));
+            finish(std::make_exception_ptr(
+                TransportError::reaching(QNetworkReply::TimeoutError, m_reply->url(),
+                                         QStringLiteral("The push connection timed out."))));
         else
-            finish(std::make_exception_ptr(TransportError(error, m_reply->errorString())));
+            finish(std::make_exception_ptr(
+                TransportError::reaching(error, m_reply->url(), m_reply->errorString())));
         closeReply();
         return;
     }
@@ -163,6 +202,7 @@ void JMAPPushStream::onFinished()
     if (!m_buffer.isEmpty()) {
         const QByteArray last = m_buffer;
         m_buffer.clear();
+        m_scanned = 0;
         processLine(last.endsWith('\r') ? last.chopped(1) : last);
         if (m_ended)
             return;

@@ -11,9 +11,11 @@
 
 #include <coroutine>
 #include <exception>
+#include <memory>
 #include <optional>
 
 class JMAPClient;
+class QNetworkAccessManager;
 class QNetworkReply;
 
 Q_DECLARE_METATYPE(std::exception_ptr)
@@ -28,11 +30,14 @@ enum class JMAPPushEvent
 // One event source connection, read line by line. It tells only that something changed; the
 // refresh finds out what. The stream keeps the newest undelivered event for next(), so a burst
 // of changes while the consumer is busy is seen as one. One stream is one connection: it is
-// never reopened. Destroying the stream, or stop(), closes the connection.
+// never reopened. Destroying the stream, or stop(), closes the connection. A line longer than
+// maxLineBytes ends the stream with an error rather than growing without bound.
 class JMAPPushStream : public QObject
 {
     Q_OBJECT
 public:
+    static constexpr qsizetype maxLineBytes = 1024 * 1024;
+
     ~JMAPPushStream() override;
 
     class NextAwaiter
@@ -65,12 +70,14 @@ Q_SIGNALS:
 private:
     friend class JMAPClient;
 
-    JMAPPushStream(JMAPClient* client, QStringList types);
+    JMAPPushStream(std::shared_ptr<JMAPClient> client, QStringList types);
 
     QCoro::Task<> open(QPointer<JMAPPushStream> self);
-    void onMetaData();
+    // `final` once the reply has finished: a redirect that was not followed is the answer then.
+    void onMetaData(bool final = false);
     void onReadyRead();
     void onFinished();
+    void failOverlongLine();
     void processLine(QByteArray line);
     void deliver(JMAPPushEvent event);
     void finish(std::exception_ptr error, bool announce = true);
@@ -78,11 +85,15 @@ private:
     void resumeWaiter();
     void closeReply(bool deferred = false);
 
-    JMAPClient* m_client;
+    std::shared_ptr<JMAPClient> m_client;
+    // The client's network access manager, which may be gone before the stream.
+    QPointer<QNetworkAccessManager> m_network;
     QStringList m_types;
-    // The reply belongs to the network access manager, which may be gone before the stream.
+    // The reply belongs to the network access manager.
     QPointer<QNetworkReply> m_reply;
+    // Bytes of a line not yet complete; the first m_scanned of them hold no line break.
     QByteArray m_buffer;
+    qsizetype m_scanned = 0;
     QString m_eventName;
     bool m_connected = false;
     bool m_ended = false;

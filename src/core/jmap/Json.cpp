@@ -30,7 +30,7 @@ QString stringValue(const QJsonValue& value, const QString& key)
 {
     if (!value.isString())
         wrongType(key, "a string");
-    return value.toString();
+    return validText(value.toString());
 }
 
 qint64 integerValue(const QJsonValue& value, const QString& key)
@@ -58,12 +58,30 @@ QStringList stringListValue(const QJsonValue& value, const QString& key)
     for (const QJsonValue& element : array) {
         if (!element.isString())
             wrongType(key, "an array of strings");
-        result.append(element.toString());
+        result.append(validText(element.toString()));
     }
     return result;
 }
 
 } // namespace
+
+QString validText(const QString& text)
+{
+    QString result = text;
+    const qsizetype size = text.size();
+    for (qsizetype i = 0; i < size; ++i) {
+        const QChar c = text.at(i);
+        if (!c.isSurrogate())
+            continue;
+        if (c.isHighSurrogate() && i + 1 < size && text.at(i + 1).isLowSurrogate()) {
+            ++i;
+            continue;
+        }
+        // Only a text that needs the repair is copied.
+        result[i] = QChar::ReplacementCharacter;
+    }
+    return result;
+}
 
 void fail(const QString& message)
 {

@@ -21,6 +21,11 @@ namespace Json {
 
 [[noreturn]] void fail(const QString& message);
 
+// The text with each lone UTF-16 surrogate (a JSON "\ud800" on its own) replaced by U+FFFD.
+// Every string a reader returns is repaired so: Qt's regular expressions refuse invalid text
+// and would silently match nothing in it.
+QString validText(const QString& text);
+
 // Integers: a JSON number with no fractional part that fits in 64 bits.
 std::optional<qint64> toInteger(const QJsonValue& value);
 // Dates: RFC 3339 text, see JMAPDecoding::parseDate.

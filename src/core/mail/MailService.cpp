@@ -1,5 +1,6 @@
 #include "MailService.h"
 
+#include "TextTrim.h"
 #include "jmap/JMAPDecoding.h"
 
 #include <QJsonValue>
@@ -68,5 +69,5 @@ void MailService::throwSetError(const QJsonObject& arguments, const QString& key
         description += QStringLiteral(" [%1]").arg(properties.join(QStringLiteral(", ")));
     const QJsonValue type = error.value(QStringLiteral("type"));
     throw JMAPError::method(type.isString() ? type.toString() : QStringLiteral("unknown"),
-                            description.trimmed());
+                            TextTrim::trimmed(description, TextTrim::isBlankOrTab));
 }

@@ -75,10 +75,14 @@ QCoro::Task<QStringList> MailService::markAllRead(QString inMailbox, qint64 batc
         if (!allStrings)
             ids.clear();
 
+        // A server that ignores the limit may send any number of ids, repeats included.
         QStringList fresh;
-        for (const QString& id : ids)
-            if (!handled.contains(id) && !fresh.contains(id))
-                fresh.append(id);
+        for (const QString& id : ids) {
+            if (handled.contains(id))
+                continue;
+            handled.insert(id);
+            fresh.append(id);
+        }
         // Ids the server still reports unread after a change are not patched again, so a round
         // with nothing new ends the loop.
         if (fresh.isEmpty())
@@ -88,8 +92,6 @@ QCoro::Task<QStringList> MailService::markAllRead(QString inMailbox, qint64 batc
             patches.insert(id, QJsonObject{{QStringLiteral("keywords/$seen"), true}});
         co_await update(patches);
         changed.append(fresh);
-        for (const QString& id : fresh)
-            handled.insert(id);
         if (ids.size() < batchSize)
             break;
     }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <limits>
+#include <numeric>
+#include <utility>
 
 size_t qHash(const MailboxNode& node, size_t seed)
 {
@@ -34,27 +36,43 @@ QHash<QString, QList<Mailbox>> childrenByParent(const QList<Mailbox>& mailboxes)
     return groups;
 }
 
-QList<Mailbox> sorted(const QList<Mailbox>& mailboxes, const QStringList& order)
+namespace {
+
+// The sibling sort keys of one mailbox.
+struct SortKey
 {
-    QHash<QString, qsizetype> positions;
+    qsizetype position;
+    int rank;
+    qint64 sortOrder;
+    QString name;
+};
+
+QHash<QString, qsizetype> positions(const QStringList& order)
+{
+    QHash<QString, qsizetype> result;
     // Walking backwards leaves each id at its first index.
     for (qsizetype index = order.size() - 1; index >= 0; --index)
-        positions.insert(order.at(index), index);
+        result.insert(order.at(index), index);
+    return result;
+}
 
-    struct Keyed
-    {
-        qsizetype position;
-        int rank;
-        qint64 sortOrder;
-        QString name;
-        Mailbox mailbox;
-    };
-    QList<Keyed> keyed;
-    keyed.reserve(mailboxes.size());
+QList<SortKey> sortKeys(const QList<Mailbox>& mailboxes, const QStringList& order)
+{
+    const QHash<QString, qsizetype> byId = positions(order);
+    QList<SortKey> keys;
+    keys.reserve(mailboxes.size());
     for (const Mailbox& mailbox : mailboxes)
-        keyed.append({positions.value(mailbox.id, std::numeric_limits<qsizetype>::max()),
-                      roleRank(mailbox), mailbox.sortOrder, mailbox.name.toLower(), mailbox});
-    std::stable_sort(keyed.begin(), keyed.end(), [](const Keyed& a, const Keyed& b) {
+        keys.append({byId.value(mailbox.id, std::numeric_limits<qsizetype>::max()),
+                     roleRank(mailbox), mailbox.sortOrder, mailbox.name.toLower()});
+    return keys;
+}
+
+// Sorts indices into `keys` in sibling order; equal keys keep their order.
+void sortIndices(QList<qsizetype>& indices, const QList<SortKey>& keys)
+{
+    std::stable_sort(indices.begin(), indices.end(), [&keys](qsizetype left, qsizetype right) {
+        const SortKey& a = keys.at(left);
+        const SortKey& b = keys.at(right);
         if (a.position != b.position)
             return a.position < b.position;
         if (a.rank != b.rank)
@@ -63,71 +81,140 @@ QList<Mailbox> sorted(const QList<Mailbox>& mailboxes, const QStringList& order)
             return a.sortOrder < b.sortOrder;
         return a.name < b.name;
     });
+}
+
+} // namespace
+
+QList<Mailbox> sorted(const QList<Mailbox>& mailboxes, const QStringList& order)
+{
+    QList<qsizetype> indices(mailboxes.size());
+    std::iota(indices.begin(), indices.end(), qsizetype(0));
+    sortIndices(indices, sortKeys(mailboxes, order));
     QList<Mailbox> result;
-    result.reserve(keyed.size());
-    for (const Keyed& entry : keyed)
-        result.append(entry.mailbox);
+    result.reserve(indices.size());
+    for (const qsizetype index : indices)
+        result.append(mailboxes.at(index));
     return result;
 }
 
-namespace {
-
-struct Flattening
+QList<qsizetype> parents(const QList<Mailbox>& mailboxes)
 {
-    const QHash<QString, QList<Mailbox>>& groups;
-    const QSet<QString>& hidingEmpty;
-    const std::optional<QString>& keeping;
-    const QSet<QString>& collapsed;
-    const QStringList& order;
+    const qsizetype count = mailboxes.size();
+    QHash<QString, qsizetype> firstIndex;
+    firstIndex.reserve(count);
+    for (qsizetype index = 0; index < count; ++index)
+        if (!firstIndex.contains(mailboxes.at(index).id))
+            firstIndex.insert(mailboxes.at(index).id, index);
+    QList<qsizetype> parent(count, -1);
+    for (qsizetype index = 0; index < count; ++index)
+        if (const auto& id = mailboxes.at(index).parentId)
+            parent[index] = firstIndex.value(*id, -1);
 
-    QList<MailboxNode> nodes(const QString& parent, int depth) const
+    // Follow each chain of links upward until it reaches the top level, a mailbox already known
+    // to reach it, or a mailbox met earlier on the same walk: that closes a cycle, which is cut
+    // at its first member. Every mailbox is walked once.
+    enum : char
     {
-        QList<MailboxNode> result;
-        const auto group = groups.constFind(parent);
-        if (group == groups.constEnd())
-            return result;
-        for (const Mailbox& mailbox : sorted(*group, order)) {
-            const QList<MailboxNode> subtree = nodes(mailbox.id, depth + 1);
-            const bool hidden = hidingEmpty.contains(mailbox.id) && mailbox.totalEmails == 0 &&
-                                keeping != mailbox.id && subtree.isEmpty();
-            if (hidden)
-                continue;
-            result.append(MailboxNode{mailbox, depth, !subtree.isEmpty()});
-            if (!collapsed.contains(mailbox.id))
-                result.append(subtree);
+        unknown,
+        onWalk,
+        reachesTop
+    };
+    QList<char> state(count, unknown);
+    QList<qsizetype> walk;
+    for (qsizetype index = 0; index < count; ++index) {
+        if (state.at(index) != unknown)
+            continue;
+        walk.clear();
+        qsizetype current = index;
+        while (current >= 0 && state.at(current) == unknown) {
+            state[current] = onWalk;
+            walk.append(current);
+            current = parent.at(current);
         }
-        return result;
+        if (current >= 0 && state.at(current) == onWalk) {
+            qsizetype first = current;
+            for (qsizetype member = parent.at(current); member != current;
+                 member = parent.at(member))
+                first = std::min(first, member);
+            parent[first] = -1;
+        }
+        for (const qsizetype member : std::as_const(walk))
+            state[member] = reachesTop;
     }
-};
-
-} // namespace
+    return parent;
+}
 
 QList<MailboxNode> hierarchy(const QList<Mailbox>& mailboxes, const QSet<QString>& hidingEmpty,
                              const std::optional<QString>& keeping, const QSet<QString>& collapsed,
                              const QStringList& order)
 {
-    const auto groups = childrenByParent(mailboxes);
-    // Mailboxes in a cycle of parent links hang below no top-level one and are never reached.
-    const Flattening flattening{groups, hidingEmpty, keeping, collapsed, order};
-    return flattening.nodes(QString(), 0);
+    const qsizetype count = mailboxes.size();
+    const QList<qsizetype> parent = parents(mailboxes);
+    const QList<SortKey> keys = sortKeys(mailboxes, order);
+    QList<QList<qsizetype>> children(count);
+    QList<qsizetype> roots;
+    for (qsizetype index = 0; index < count; ++index)
+        (parent.at(index) < 0 ? roots : children[parent.at(index)]).append(index);
+    sortIndices(roots, keys);
+    for (QList<qsizetype>& group : children)
+        sortIndices(group, keys);
+
+    // Parents before children, level by level; walked backwards, children before parents.
+    QList<qsizetype> levelOrder = roots;
+    levelOrder.reserve(count);
+    for (qsizetype next = 0; next < levelOrder.size(); ++next)
+        levelOrder.append(children.at(levelOrder.at(next)));
+
+    // Whether a folder is shown depends on its subfolders, so it is settled bottom up.
+    QList<bool> shown(count, false);
+    QList<bool> hasShownChild(count, false);
+    for (auto it = levelOrder.crbegin(); it != levelOrder.crend(); ++it) {
+        const qsizetype index = *it;
+        const Mailbox& mailbox = mailboxes.at(index);
+        shown[index] = !(hidingEmpty.contains(mailbox.id) && mailbox.totalEmails == 0 &&
+                         keeping != mailbox.id && !hasShownChild.at(index));
+        if (shown.at(index) && parent.at(index) >= 0)
+            hasShownChild[parent.at(index)] = true;
+    }
+
+    // The rows, depth first with a stack of its own rather than the call stack: the depth of
+    // the tree is the server's to choose.
+    QList<MailboxNode> rows;
+    QList<std::pair<qsizetype, int>> stack;
+    for (auto it = roots.crbegin(); it != roots.crend(); ++it)
+        stack.append({*it, 0});
+    while (!stack.isEmpty()) {
+        const auto [index, depth] = stack.takeLast();
+        if (!shown.at(index))
+            continue;
+        const Mailbox& mailbox = mailboxes.at(index);
+        rows.append(MailboxNode{mailbox, depth, hasShownChild.at(index)});
+        if (collapsed.contains(mailbox.id))
+            continue;
+        const QList<qsizetype>& below = children.at(index);
+        for (auto it = below.crbegin(); it != below.crend(); ++it)
+            stack.append({*it, depth + 1});
+    }
+    return rows;
 }
 
 QStringList order(const QStringList& current, const QString& moving, qsizetype destination,
                   const QList<MailboxNode>& rows, const QList<Mailbox>& mailboxes)
 {
-    const auto groups = childrenByParent(mailboxes);
-    const QList<Mailbox>* siblings = nullptr;
-    for (auto it = groups.constBegin(); it != groups.constEnd() && !siblings; ++it)
-        for (const Mailbox& mailbox : it.value())
-            if (mailbox.id == moving) {
-                siblings = &it.value();
-                break;
-            }
-    if (!siblings)
+    qsizetype movingIndex = -1;
+    for (qsizetype index = 0; index < mailboxes.size() && movingIndex < 0; ++index)
+        if (mailboxes.at(index).id == moving)
+            movingIndex = index;
+    if (movingIndex < 0)
         return current;
+    const QList<qsizetype> parent = parents(mailboxes);
+    QList<Mailbox> siblings;
+    for (qsizetype index = 0; index < mailboxes.size(); ++index)
+        if (parent.at(index) == parent.at(movingIndex))
+            siblings.append(mailboxes.at(index));
 
     QStringList others;
-    for (const Mailbox& mailbox : sorted(*siblings, current))
+    for (const Mailbox& mailbox : sorted(siblings, current))
         if (mailbox.id != moving)
             others.append(mailbox.id);
 
@@ -142,9 +229,10 @@ QStringList order(const QStringList& current, const QString& moving, qsizetype d
     }
     others.insert(insertion, moving);
 
+    const QSet<QString> regrouped(others.cbegin(), others.cend());
     QStringList result;
     for (const QString& id : current)
-        if (!others.contains(id))
+        if (!regrouped.contains(id))
             result.append(id);
     result.append(others);
     return result;

@@ -1,8 +1,8 @@
 #include "SearchQuery.h"
 
+#include "MailboxTree.h"
 #include "jmap/JMAPDecoding.h"
 
-#include <QHash>
 #include <QJsonArray>
 #include <QLocale>
 #include <QRegularExpression>
@@ -57,15 +57,26 @@ bool isNegated(const QString& token)
     return finder.toNextBoundary() == 1;
 }
 
-QString path(const Mailbox& mailbox, const QHash<QString, Mailbox>& byId, int depthLeft)
+// Whether the lower-cased path of mailboxes[index] (the names from the top of the tree down,
+// joined by "/") is `term`. Matched from the end of the term, one parent at a time, so nothing
+// is built and each step uses up at least the "/": the walk is never longer than the term, even
+// on the deepest tree.
+bool pathMatches(qsizetype index, const QString& term, const QStringList& loweredNames,
+                 const QList<qsizetype>& parents)
 {
-    if (!mailbox.parentId || depthLeft == 0)
-        return mailbox.name;
-    const auto parent = byId.constFind(*mailbox.parentId);
-    if (parent == byId.constEnd())
-        return mailbox.name;
-    // The depth bound keeps a cycle of parent links from recursing forever.
-    return path(*parent, byId, depthLeft - 1) + u'/' + mailbox.name;
+    qsizetype end = term.size();
+    while (true) {
+        const QString& name = loweredNames.at(index);
+        if (end < name.size() || QStringView(term).sliced(end - name.size(), name.size()) != name)
+            return false;
+        end -= name.size();
+        index = parents.at(index);
+        if (index < 0)
+            return end == 0;
+        if (end == 0 || term.at(end - 1) != u'/')
+            return false;
+        --end;
+    }
 }
 
 QJsonObject negated(const QJsonObject& condition)
@@ -137,12 +148,15 @@ std::optional<std::optional<Mailbox>> folder(const QString& token, const QList<M
     for (const Mailbox& mailbox : mailboxes)
         if (mailbox.name.toLower() == term)
             return std::optional<Mailbox>(mailbox);
-    QHash<QString, Mailbox> byId;
+    // Paths follow the tree as the sidebar shows it, whatever cycles the links hold.
+    const QList<qsizetype> parents = MailboxTree::parents(mailboxes);
+    QStringList loweredNames;
+    loweredNames.reserve(mailboxes.size());
     for (const Mailbox& mailbox : mailboxes)
-        byId.insert(mailbox.id, mailbox);
-    for (const Mailbox& mailbox : mailboxes)
-        if (path(mailbox, byId, static_cast<int>(mailboxes.size())).toLower() == term)
-            return std::optional<Mailbox>(mailbox);
+        loweredNames.append(mailbox.name.toLower());
+    for (qsizetype index = 0; index < mailboxes.size(); ++index)
+        if (pathMatches(index, term, loweredNames, parents))
+            return std::optional<Mailbox>(mailboxes.at(index));
     for (const Mailbox& mailbox : mailboxes)
         if (mailbox.role == roleAlias)
             return std::optional<Mailbox>(mailbox);
@@ -202,15 +216,15 @@ std::optional<qint64> size(const QString& value)
     else if (unit == u'g')
         multiplier = 1073741824.0;
     if (multiplier > 0) {
+        // Plain ASCII digits with an optional sign and fraction: no exponent, no digit
+        // grouping, and none of the Unicode spaces or minus signs a locale would accept.
+        static const QRegularExpression decimal(
+            QStringLiteral("\\A[+-]?(?:[0-9]+(?:\\.[0-9]*)?|\\.[0-9]+)\\z"));
         const QString number = text.chopped(1);
-        static const QRegularExpression space(QStringLiteral("\\s"));
-        if (number.isEmpty() || number.contains(space))
+        if (!decimal.match(number).hasMatch())
             return std::nullopt;
-        // The C locale would read "1,000" as a thousand; a size has no digit grouping.
-        QLocale plain = QLocale::c();
-        plain.setNumberOptions(QLocale::RejectGroupSeparator);
         bool ok = false;
-        const double amount = plain.toDouble(number, &ok);
+        const double amount = QLocale::c().toDouble(number, &ok);
         if (!ok)
             return std::nullopt;
         const double bytes = std::trunc(amount * multiplier);
@@ -235,11 +249,32 @@ std::optional<QString> startOfDay(const QString& value, const QTimeZone& timeZon
 {
     QString text = value;
     text.replace(u'/', u'-');
+    // Four plain digits of year: a sign or a longer year is no date the server can read.
+    static const QRegularExpression shape(QStringLiteral("\\A[0-9]{4}-"));
+    if (!shape.match(text).hasMatch())
+        return std::nullopt;
     const QDate date = QLocale::c().toDate(text, QStringLiteral("yyyy-MM-dd"));
     if (!date.isValid())
         return std::nullopt;
-    const QDateTime start = date.startOfDay(timeZone);
+    QDateTime start = date.startOfDay(timeZone);
     if (!start.isValid())
+        return std::nullopt;
+    // Where clocks go back to midnight, the day has two: it begins at the first. Each offset in
+    // use around the day gives one candidate midnight; the earliest that is really midnight
+    // there wins.
+    const QDateTime midnightUtc(date, QTime(0, 0), QTimeZone::utc());
+    QList<int> offsets{timeZone.offsetFromUtc(start.addDays(-1)), timeZone.offsetFromUtc(start)};
+    for (const QTimeZone::OffsetData& transition :
+         timeZone.transitions(start.addDays(-2), start.addDays(1)))
+        offsets.append(transition.offsetFromUtc);
+    for (const int offset : std::as_const(offsets)) {
+        const QDateTime candidate = midnightUtc.addSecs(-offset).toTimeZone(timeZone);
+        if (candidate < start && candidate.date() == date && candidate.time() == QTime(0, 0))
+            start = candidate;
+    }
+    // RFC 3339 has room for years 0001 to 9999 only.
+    const int utcYear = start.toUTC().date().year();
+    if (utcYear < 1 || utcYear > 9999)
         return std::nullopt;
     return JMAPDecoding::formatDate(start);
 }

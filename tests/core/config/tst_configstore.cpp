@@ -9,6 +9,7 @@
 #include <QTest>
 
 #include <functional>
+#include <limits>
 
 using Edit = std::function<void(AppConfig&)>;
 Q_DECLARE_METATYPE(Edit)
@@ -140,8 +141,18 @@ void TestConfigStore::load_data()
     QTest::newRow("fraction for an integer")
         << QByteArray(R"({"refreshIntervalSeconds": 1.5})") << none
         << "The value of \"refreshIntervalSeconds\" is not an integer";
-    QTest::newRow("integer too large") << QByteArray(R"({"undoSendSeconds": 1e12})") << none
-                                       << "The value of \"undoSendSeconds\" is out of range";
+    QTest::newRow("integers beyond 32 bits are read as they stand")
+        << QByteArray(R"({"pageSize": 5000000000, "undoSendSeconds": 1e12,
+                          "refreshIntervalSeconds": -9223372036854775808, "groupByDate": true})")
+        << Edit([](AppConfig& c) {
+               c.pageSize = 5000000000;
+               c.undoSendSeconds = 1000000000000;
+               c.refreshIntervalSeconds = std::numeric_limits<qint64>::min();
+               c.groupByDate = true;
+           })
+        << "";
+    QTest::newRow("integer beyond 64 bits") << QByteArray(R"({"undoSendSeconds": 1e19})") << none
+                                            << "The value of \"undoSendSeconds\" is not an integer";
     QTest::newRow("number for a boolean") << QByteArray(R"({"markReadOnOpen": 1})") << none
                                           << "The value of \"markReadOnOpen\" is not a boolean";
     QTest::newRow("string for a boolean") << QByteArray(R"({"showAvatars": "true"})") << none

@@ -2,6 +2,8 @@
 #include "content/EmailHTML.h"
 
 #include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QTest>
@@ -28,6 +30,8 @@ private Q_SLOTS:
     void stripTagsAgreesWithTheRegularExpressions();
     void hostileSizesStayFast_data();
     void hostileSizesStayFast();
+    void loneSurrogatesAreRepaired_data();
+    void loneSurrogatesAreRepaired();
 };
 
 namespace {
@@ -488,6 +492,31 @@ void TestEmailHTML::hostileSizesStayFast()
     QFETCH(QString, html);
     QFETCH(QString, text);
     QCOMPARE(EmailHTML::plainText(htmlOnly(html)), text);
+}
+
+void TestEmailHTML::loneSurrogatesAreRepaired_data()
+{
+    // The escape as the server's JSON carries it; the text the message then shows.
+    QTest::addColumn<QByteArray>("escape");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("high surrogate alone") << QByteArray("\\ud800") << "\ufffd";
+    QTest::newRow("low surrogate alone") << QByteArray("\\udc00") << "\ufffd";
+    QTest::newRow("two high surrogates") << QByteArray("\\ud800\\ud800") << "\ufffd\ufffd";
+    QTest::newRow("a pair stays") << QByteArray("\\ud83d\\ude00") << "\U0001F600";
+}
+
+void TestEmailHTML::loneSurrogatesAreRepaired()
+{
+    QFETCH(QByteArray, escape);
+    QFETCH(QString, shown);
+    const QByteArray json = R"({"id":"M1","threadId":"T1","mailboxIds":{"i":true},"keywords":{},
+        "receivedAt":"2026-11-21T09:30:00Z","htmlBody":[{"partId":"1","type":"text/html"}],
+        "bodyValues":{"1":{"value":"<p>a)" +
+                            escape + R"(</p><img src=\"https://t.example/x.gif\"><br>b"}}})";
+    const Email message = Email::fromJson(QJsonDocument::fromJson(json).object());
+    // Every rule still runs over the whole text.
+    QVERIFY(EmailHTML::hasRemoteContent(message));
+    QCOMPARE(EmailHTML::plainText(message), "a" + shown + "\n\nb");
 }
 
 QTEST_GUILESS_MAIN(TestEmailHTML)

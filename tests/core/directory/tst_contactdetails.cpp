@@ -248,6 +248,20 @@ void TestContactDetails::patch_data()
         << ada << form("Ada", "King", "", {"a@x.example", "b@x.example"}, {"111", "222"})
         << QByteArray(R"({"phones/p2": {"@type": "Phone", "number": "222"}})");
 
+    QTest::newRow("a blank address on the card goes with an unchanged save")
+        << QByteArray(
+               R"({"id":"c","emails":{"e1":{"address":" "},"e2":{"address":"a@x.example"}}})")
+        << form("", "", "", {"a@x.example"}) << QByteArray(R"({"emails/e1": null})");
+    QTest::newRow("a card of blank addresses only loses them")
+        << QByteArray(R"({"id":"c","organizations":{"o1":{"name":"Acme"}},
+                          "emails":{"e1":{"address":""}}})")
+        << form("", "", "Acme", {}) << QByteArray(R"({"emails": null})");
+    QTest::newRow("a padded stored address is written again trimmed")
+        << QByteArray(R"({"id":"c","emails":{"e1":{"address":" a@x.example"},
+                                              "e2":{"address":"b@x.example"}}})")
+        << form("", "", "", {"a@x.example", "b@x.example"}) << QByteArray(R"({"emails/e1": null,
+            "emails/e3": {"@type": "EmailAddress", "address": "a@x.example"}})");
+
     const QByteArray single = R"({"id":"c","emails":{"e1":{"address":"a@x.example"}}})";
     QTest::newRow("changing the only address rewrites the map")
         << single << form("", "", "", {"z@x.example"})

@@ -369,6 +369,8 @@ void TestJMAPClient::transportErrorPassesThrough()
     const auto error = awaitError<TransportError>(client->session());
     QVERIFY(error);
     QCOMPARE(error->code(), QNetworkReply::HostNotFoundError);
+    QCOMPARE(error->description(),
+             QString("Could not reach jmap.example.test: Simulated network failure."));
     QCOMPARE(activity.size(), 2);
 }
 
@@ -406,6 +408,7 @@ void TestJMAPClient::bodyCutAfterSuccessStatus()
     const auto error = awaitError<TransportError>(client->call({{"Mailbox/get", {}, "0"}}));
     QVERIFY(error);
     QCOMPARE(error->code(), code);
+    QVERIFY(error->description().startsWith("Could not reach jmap.example.test: "));
     QCOMPARE(activity.count({JMAPActivity::fetching, true}),
              activity.count({JMAPActivity::fetching, false}));
 }

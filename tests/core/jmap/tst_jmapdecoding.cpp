@@ -2,6 +2,7 @@
 #include "jmap/JMAPDecoding.h"
 #include "jmap/Mailbox.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QTest>
 
@@ -12,6 +13,8 @@ private Q_SLOTS:
     void dates_data();
     void dates();
     void mailboxListIsStrict();
+    void missingOnlyForAbsentOrScalar_data();
+    void missingOnlyForAbsentOrScalar();
     void optionalKeysTakeNull();
     void integersRejectFractionsAndOverflow();
 };
@@ -73,12 +76,41 @@ void TestJMAPDecoding::mailboxListIsStrict()
             error.description().startsWith("Unexpected response from Fastmail: Array<Mailbox>: "));
         QVERIFY(error.description().contains("sortOrder"));
     }
-    try {
-        JMAPDecoding::decodeList<Mailbox>(QJsonValue());
-        QFAIL("an absent list must fail");
-    } catch (const JMAPError& error) {
-        QCOMPARE(error.text(), QString("missing Array<Mailbox>"));
-    }
+}
+
+void TestJMAPDecoding::missingOnlyForAbsentOrScalar_data()
+{
+    QTest::addColumn<QJsonValue>("value");
+    QTest::addColumn<QString>("list");   // the detail decoding Array<Identity> gives
+    QTest::addColumn<QString>("record"); // the detail decoding Identity gives
+    QTest::newRow("absent") << QJsonValue(QJsonValue::Undefined) << "missing Array<Identity>"
+                            << "missing Identity";
+    QTest::newRow("null") << QJsonValue() << "missing Array<Identity>"
+                          << "missing Identity";
+    QTest::newRow("a string") << QJsonValue("x") << "missing Array<Identity>"
+                              << "missing Identity";
+    QTest::newRow("an object") << QJsonValue(QJsonObject{{"id", "i1"}})
+                               << "Array<Identity>: The value is not an array."
+                               << "Identity: No value for the required key \"name\".";
+    QTest::newRow("an array")
+        << QJsonValue(QJsonArray{7})
+        << "Array<Identity>: Element 0 of \"Array<Identity>\" is not an object."
+        << "Identity: The value is not an object.";
+}
+
+void TestJMAPDecoding::missingOnlyForAbsentOrScalar()
+{
+    QFETCH(QJsonValue, value);
+    const auto detail = [](const auto& decode) {
+        try {
+            decode();
+        } catch (const JMAPError& error) {
+            return error.text();
+        }
+        return QStringLiteral("decoded");
+    };
+    QTEST(detail([&] { JMAPDecoding::decodeList<Identity>(value); }), "list");
+    QTEST(detail([&] { JMAPDecoding::decode<Identity>(value); }), "record");
 }
 
 void TestJMAPDecoding::optionalKeysTakeNull()

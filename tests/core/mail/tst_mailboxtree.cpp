@@ -49,6 +49,8 @@ class TestMailboxTree : public QObject
 private slots:
     void hierarchy_data();
     void hierarchy();
+    void hostileTreesShowEveryMailboxOnce_data();
+    void hostileTreesShowEveryMailboxOnce();
     void sorted_data();
     void sorted();
     void order_data();
@@ -73,9 +75,18 @@ void TestMailboxTree::hierarchy_data()
     QTest::newRow("orphan sits at the top level")
         << QList<Mailbox>{box("z"), box("orphan", "gone")} << Set{} << Keep{} << Set{}
         << QStringList{"orphan/0", "z/0"};
-    QTest::newRow("a cycle appears nowhere")
-        << QList<Mailbox>{box("top"), box("x", "y"), box("y", "x")} << Set{} << Keep{} << Set{}
-        << QStringList{"top/0"};
+    QTest::newRow("a cycle is cut at its first member, with what hangs below it")
+        << QList<Mailbox>{box("top"), box("y", "x"), box("x", "y"), box("c", "x")} << Set{}
+        << Keep{} << Set{} << QStringList{"top/0", "y/0+", "x/1+", "c/2"};
+    QTest::newRow("a mailbox that is its own parent stands at the top")
+        << QList<Mailbox>{box("me", "me"), box("top")} << Set{} << Keep{} << Set{}
+        << QStringList{"me/0", "top/0"};
+    QTest::newRow("a repeated id naming its twin hangs below the first")
+        << QList<Mailbox>{box("d"), box("d", "d")} << Set{} << Keep{} << Set{}
+        << QStringList{"d/0+", "d/1"};
+    QTest::newRow("a repeated id whose first is its own parent")
+        << QList<Mailbox>{box("d", "d"), box("d"), box("k", "d")} << Set{} << Keep{} << Set{}
+        << QStringList{"d/0+", "k/1", "d/0"};
     QTest::newRow("empty hidden folder shows for a subfolder with mail")
         << tree << Set{"a"} << Keep{} << Set{}
         << QStringList{"inbox/0", "work/0+", "a/1+", "a1/2", "b/1"};
@@ -103,6 +114,63 @@ void TestMailboxTree::hierarchy()
     QFETCH(Set, collapsed);
     QTEST(describe(MailboxTree::hierarchy(mailboxes, hidingEmpty, keeping, collapsed, {})),
           "expected");
+}
+
+void TestMailboxTree::hostileTreesShowEveryMailboxOnce_data()
+{
+    QTest::addColumn<QList<Mailbox>>("mailboxes");
+    QTest::addColumn<Set>("hidingEmpty");
+    QTest::addColumn<int>("rows");
+    QTest::addColumn<int>("deepest");
+
+    // Deep enough to overflow a call stack that follows the links.
+    const int count = 30000;
+    const auto id = [](int index) { return QStringLiteral("m%1").arg(index); };
+    QList<Mailbox> chain;
+    QList<Mailbox> ring;
+    QList<Mailbox> emptyChain;
+    Set all;
+    for (int index = 0; index < count; ++index) {
+        const std::optional<QString> above =
+            index == 0 ? std::nullopt : std::optional<QString>(id(index - 1));
+        Mailbox link = box("", above, {}, 0, index == count - 1 ? 1 : 0);
+        link.id = link.name = id(index);
+        chain.append(link);
+        link.parentId = id(index == 0 ? count - 1 : index - 1);
+        ring.append(link);
+        link.parentId = above;
+        link.totalEmails = 0;
+        emptyChain.append(link);
+        all.insert(id(index));
+    }
+    QList<Mailbox> bottomUp(chain.crbegin(), chain.crend());
+    QTest::newRow("deep chain") << chain << Set{} << count << count - 1;
+    QTest::newRow("deep chain listed bottom up") << bottomUp << Set{} << count << count - 1;
+    QTest::newRow("one long cycle") << ring << Set{} << count << count - 1;
+    QTest::newRow("deep chain hidden but for mail at the bottom")
+        << chain << all << count << count - 1;
+    QTest::newRow("deep chain of empty hidden folders") << emptyChain << all << 0 << -1;
+}
+
+void TestMailboxTree::hostileTreesShowEveryMailboxOnce()
+{
+    QFETCH(QList<Mailbox>, mailboxes);
+    QFETCH(Set, hidingEmpty);
+    const auto rows = MailboxTree::hierarchy(mailboxes, hidingEmpty, {}, {}, {});
+    QTEST(int(rows.size()), "rows");
+    QSet<QString> seen;
+    int deepest = -1;
+    for (const MailboxNode& row : rows) {
+        seen.insert(row.mailbox.id);
+        deepest = std::max(deepest, row.depth);
+    }
+    QCOMPARE(seen.size(), rows.size());
+    QTEST(deepest, "deepest");
+    // Collapsing the top of the tree leaves one row.
+    if (!rows.isEmpty())
+        QCOMPARE(MailboxTree::hierarchy(mailboxes, hidingEmpty, {}, {rows.first().mailbox.id}, {})
+                     .size(),
+                 1);
 }
 
 void TestMailboxTree::sorted_data()

@@ -104,6 +104,9 @@ void TestMailChanges::refusals_data()
     QTest::newRow("refusal without type")
         << object(R"({"notUpdated":{"m1":{"description":"gone"}}})")
         << "JMAP error: unknown (gone)";
+    QTest::newRow("only blanks are trimmed from the description")
+        << object(R"({"notUpdated":{"m1":{"type":"forbidden","description":"\n\t No. \r\n"}}})")
+        << "JMAP error: forbidden (\n\t No. \r\n)";
     QTest::newRow("first refusal in map order")
         << object(R"({"notUpdated":{"m2":{"type":"b"},"m1":{"type":"a"}}})") << "JMAP error: a";
 }
@@ -180,13 +183,22 @@ void TestMailChanges::markAllReadRounds()
 
 void TestMailChanges::markAllReadStopsWhenNothingIsNew()
 {
-    // A server that accepts the changes but keeps reporting the same mail unread.
+    // A server that accepts the changes but keeps reporting the same mail unread, ignores the
+    // limit and repeats ids: each is patched once, in the order first seen.
     QStringList stuck;
-    for (int i = 0; i < 3; ++i)
+    QJsonArray reported;
+    const int count = 60000;
+    for (int i = 0; i < count; ++i) {
         stuck.append(QStringLiteral("s%1").arg(i));
-    network->respondTo("Email/query", QJsonObject{{"ids", QJsonArray::fromStringList(stuck)}});
+        reported.append(stuck.last());
+        reported.append(QStringLiteral("s%1").arg(i / 2));
+    }
+    network->respondTo("Email/query", QJsonObject{{"ids", reported}});
     QCOMPARE(await(service->markAllRead("inbox", 3)), stuck);
     QCOMPARE(network->batches().size(), 3); // query, set, query
+    QCOMPARE(
+        network->batches().at(1).methodCalls().first().toArray().at(1)["update"].toObject().size(),
+        count);
 }
 
 void TestMailChanges::markAllReadFailureInALaterRound()

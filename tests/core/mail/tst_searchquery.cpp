@@ -53,6 +53,8 @@ private slots:
     void sizes();
     void folderTerms_data();
     void folderTerms();
+    void folderPathsOnHostileTrees_data();
+    void folderPathsOnHostileTrees();
     void texts();
 };
 
@@ -176,6 +178,29 @@ void TestSearchQuery::dates_data()
     QTest::newRow("west of UTC") << "after:2026-10-01" << QByteArray("America/New_York")
                                  << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
                    {"after":"2026-10-01T04:00:00Z"}]})");
+    QTest::newRow("midnight twice: the day starts at the first, Havana")
+        << "after:2025-11-02" << QByteArray("America/Havana")
+        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+                   {"after":"2025-11-02T04:00:00Z"}]})");
+    QTest::newRow("midnight twice: the day starts at the first, Azores")
+        << "before:2025-10-26" << QByteArray("Atlantic/Azores")
+        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+                   {"before":"2025-10-26T00:00:00Z"}]})");
+    const auto word = [](const char* text) {
+        return QJsonObject{{"inMailbox", "inbox"}, {"text", text}};
+    };
+    QTest::newRow("signed years are words")
+        << "after:+2026-10-01 after:-2026-10-01" << QByteArray("UTC")
+        << word("after:+2026-10-01 after:-2026-10-01");
+    QTest::newRow("year zero and five-digit years are words")
+        << "after:0000-10-01 after:12026-10-01" << QByteArray("UTC")
+        << word("after:0000-10-01 after:12026-10-01");
+    QTest::newRow("first day east of UTC falls before year 1")
+        << "after:0001-01-01" << QByteArray("Europe/Berlin") << word("after:0001-01-01");
+    QTest::newRow("the outermost days that stay in range")
+        << "after:0001-01-01 before:9999-12-31" << QByteArray("UTC")
+        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+                   {"after":"0001-01-01T00:00:00Z"},{"before":"9999-12-31T00:00:00Z"}]})");
     QTest::newRow("midnight in a DST gap starts at the first valid time")
         << "after:2018-11-04" << QByteArray("America/Sao_Paulo")
         << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
@@ -241,6 +266,14 @@ void TestSearchQuery::sizes_data()
     QTest::newRow("quoted line break after the number") << "5\n" << S();
     QTest::newRow("quoted blank before the number") << " 5" << S();
     QTest::newRow("letters") << "big" << S();
+    QTest::newRow("fraction without leading digit") << ".5k" << S(512);
+    QTest::newRow("no-break space before the unit") << "5\u00a0k" << S();
+    QTest::newRow("no-break space before the number") << "\u00a05k" << S();
+    QTest::newRow("thin space as digit grouping") << "1\u2009000k" << S();
+    QTest::newRow("Unicode minus sign") << "\u22121k" << S();
+    QTest::newRow("digits of another script") << "\u0665k" << S();
+    QTest::newRow("exponent") << "1e3k" << S();
+    QTest::newRow("a point alone") << ".k" << S();
 }
 
 void TestSearchQuery::sizes()
@@ -283,6 +316,49 @@ void TestSearchQuery::folderTerms()
     // A user folder literally named Spam wins over the junk role.
     const QList<Mailbox> withSpam = {mailbox("junk", "Junk Mail", "junk"), mailbox("s", "Spam")};
     QCOMPARE((*SearchQuery::folder("in:spam", withSpam))->id, QString("s"));
+}
+
+void TestSearchQuery::folderPathsOnHostileTrees_data()
+{
+    QTest::addColumn<QList<Mailbox>>("tree");
+    QTest::addColumn<QString>("token");
+    QTest::addColumn<QString>("expected"); // an id, or "-" for no folder term
+
+    // Deep enough to overflow a call stack that follows the links, and a long cycle that a
+    // depth-bounded walk would spell out a thousand names deep for every mailbox.
+    const auto chain = [](int count, bool closed) {
+        QList<Mailbox> result;
+        for (int index = 0; index < count; ++index) {
+            const QByteArray id = "m" + QByteArray::number(index);
+            const QByteArray above = "m" + QByteArray::number(index == 0 ? count - 1 : index - 1);
+            result.append(
+                mailbox(id.constData(), id.constData(), std::nullopt,
+                        index == 0 && !closed ? std::nullopt : std::optional<QString>(above)));
+        }
+        return result;
+    };
+    QTest::newRow("deep chain, no match") << chain(30000, false) << "in:m0/m1/m3"
+                                          << "-";
+    QTest::newRow("deep chain, a path from the top") << chain(30000, false) << "in:M0/m1/M2"
+                                                     << "m2";
+    QTest::newRow("long cycle, no match") << chain(1000, true) << "in:m1/m2"
+                                          << "-";
+    QTest::newRow("a cycle is cut at its first member, as in the sidebar")
+        << chain(1000, true) << "in:m0/m1/m2"
+        << "m2";
+    QTest::newRow("repeated id: the path runs through the first")
+        << QList<Mailbox>{mailbox("p", "Old"), mailbox("p", "New"), mailbox("c", "Child", {}, "p")}
+        << "in:old/child"
+        << "c";
+}
+
+void TestSearchQuery::folderPathsOnHostileTrees()
+{
+    QFETCH(QList<Mailbox>, tree);
+    QFETCH(QString, token);
+    QFETCH(QString, expected);
+    const auto term = SearchQuery::folder(token, tree);
+    QCOMPARE(term && *term ? (*term)->id : QStringLiteral("-"), expected);
 }
 
 void TestSearchQuery::texts()

@@ -52,6 +52,9 @@ private slots:
     void cleanCloseIsANormalEnd();
     void failures_data();
     void failures();
+    void overlongLines_data();
+    void overlongLines();
+    void clientReplacedBeforeOpening();
     void stopAndDestroyCloseTheConnection();
     void outlivesItsNetwork();
 
@@ -59,7 +62,7 @@ private:
     FakeStreamReply* openStream(const QStringList& types = {"Email", "Mailbox"});
 
     std::unique_ptr<FakeNetwork> network;
-    std::unique_ptr<JMAPClient> client;
+    std::shared_ptr<JMAPClient> client;
     std::unique_ptr<JMAPPushStream> stream;
     int activities = 0;
 };
@@ -70,13 +73,13 @@ void TestPushStream::init()
     network = std::make_unique<FakeNetwork>();
     network->setStreamPrefix(eventPrefix);
     activities = 0;
-    client = std::make_unique<JMAPClient>(FakeNetwork::sessionUrl(), "secret", network.get(),
+    client = std::make_shared<JMAPClient>(FakeNetwork::sessionUrl(), "secret", network.get(),
                                           [this](JMAPActivity, bool) { ++activities; });
 }
 
 FakeStreamReply* TestPushStream::openStream(const QStringList& types)
 {
-    stream = client->pushEvents(types);
+    stream = JMAPClient::pushEvents(client, types);
     if (!QTest::qWaitFor([this] { return !network->streams().isEmpty(); }))
         return nullptr;
     return network->streams().first();
@@ -113,7 +116,7 @@ void TestPushStream::missingEventSourceEndsAtOnce()
     QJsonObject session = FakeNetwork::defaultSession();
     session.remove("eventSourceUrl");
     network->setSession(session);
-    stream = client->pushEvents({"Email"});
+    stream = JMAPClient::pushEvents(client, {"Email"});
     QSignalSpy connectedSpy(stream.get(), &JMAPPushStream::connected);
     QSignalSpy endedSpy(stream.get(), &JMAPPushStream::ended);
     QCOMPARE(*awaitError<JMAPError>(nextOf(stream.get())),
@@ -132,7 +135,7 @@ void TestPushStream::endWithACachedSessionReachesHandlers()
     session.remove("eventSourceUrl");
     network->setSession(session);
     await(client->session());
-    stream = client->pushEvents({"Email"});
+    stream = JMAPClient::pushEvents(client, {"Email"});
     QSignalSpy endedSpy(stream.get(), &JMAPPushStream::ended);
     QVERIFY(!stream->isEnded());
     QVERIFY(awaitError<JMAPError>(nextOf(stream.get())));
@@ -231,10 +234,13 @@ void TestPushStream::failures_data()
 {
     QTest::addColumn<int>("code");
     QTest::addColumn<int>("expected");
+    QTest::addColumn<QString>("description");
     QTest::newRow("connection lost")
-        << int(QNetworkReply::RemoteHostClosedError) << int(QNetworkReply::RemoteHostClosedError);
+        << int(QNetworkReply::RemoteHostClosedError) << int(QNetworkReply::RemoteHostClosedError)
+        << "Could not reach jmap.example.test: gone.";
     QTest::newRow("idle timeout aborts")
-        << int(QNetworkReply::OperationCanceledError) << int(QNetworkReply::TimeoutError);
+        << int(QNetworkReply::OperationCanceledError) << int(QNetworkReply::TimeoutError)
+        << "Could not reach jmap.example.test: The push connection timed out.";
 }
 
 void TestPushStream::failures()
@@ -247,7 +253,58 @@ void TestPushStream::failures()
     const auto error = awaitError<TransportError>(nextOf(stream.get()));
     QVERIFY(error);
     QTEST(int(error->code()), "expected");
+    QTEST(error->description(), "description");
     QVERIFY(!error->isCancellation());
+}
+
+void TestPushStream::overlongLines_data()
+{
+    QTest::addColumn<QList<QByteArray>>("chunks");
+    QTest::addColumn<bool>("fails");
+    const qsizetype cap = JMAPPushStream::maxLineBytes;
+    QTest::newRow("a megabyte without a line break, at once")
+        << QList<QByteArray>{QByteArray(cap + 1, 'x')} << true;
+    QTest::newRow("a megabyte without a line break, piece by piece")
+        << QList<QByteArray>(17, QByteArray(64 * 1024, 'x')) << true;
+    QTest::newRow("an overlong line that ends in the same chunk")
+        << QList<QByteArray>{QByteArray(cap - 10, 'x'), QByteArray(20, 'x') + "\nevent: state\n"}
+        << true;
+    QTest::newRow("carriage returns alone are line breaks")
+        << QList<QByteArray>(20, QByteArray(64 * 1024 - 1, 'x') + '\r') << false;
+    QTest::newRow("a line just under the limit is read")
+        << QList<QByteArray>{"event: state\r\ndata: " + QByteArray(cap - 6, 'x') + "\r\n"} << false;
+}
+
+void TestPushStream::overlongLines()
+{
+    QFETCH(QList<QByteArray>, chunks);
+    QFETCH(bool, fails);
+    QPointer<FakeStreamReply> reply = openStream();
+    QVERIFY(reply);
+    QCOMPARE(await(nextOf(stream.get())), std::optional(JMAPPushEvent::connected));
+    QSignalSpy endedSpy(stream.get(), &JMAPPushStream::ended);
+    for (const QByteArray& chunk : chunks)
+        if (reply)
+            reply->push(chunk);
+    if (!fails) {
+        QVERIFY(!stream->isEnded());
+        QVERIFY(endedSpy.isEmpty());
+        return;
+    }
+    QCOMPARE(endedSpy.count(), 1);
+    QCOMPARE(*endError<JMAPError>(endedSpy.first()),
+             JMAPError::malformed("event stream line longer than 1 MB"));
+    QTRY_VERIFY(!reply || reply->wasAborted());
+}
+
+void TestPushStream::clientReplacedBeforeOpening()
+{
+    // A reconnect replaces the client before the stream opens on the next turn of the loop.
+    stream = JMAPClient::pushEvents(client, {"Email"});
+    client = std::make_shared<JMAPClient>(FakeNetwork::sessionUrl(), "new", network.get());
+    QCOMPARE(await(nextOf(stream.get())), std::optional(JMAPPushEvent::connected));
+    QCOMPARE(network->requests().last().headers.value("Authorization"),
+             QByteArray("Bearer secret"));
 }
 
 void TestPushStream::stopAndDestroyCloseTheConnection()
@@ -266,7 +323,7 @@ void TestPushStream::stopAndDestroyCloseTheConnection()
     QTRY_VERIFY(!reply); // and the reply is released
 
     // Dropping a connected stream aborts its connection too.
-    stream = client->pushEvents({"Email"});
+    stream = JMAPClient::pushEvents(client, {"Email"});
     QTRY_COMPARE(network->streams().size(), 2);
     QPointer<FakeStreamReply> second = network->streams().last();
     QCOMPARE(await(nextOf(stream.get())), std::optional(JMAPPushEvent::connected));

@@ -30,6 +30,7 @@ class EventServer : public QObject
     Q_OBJECT
 public:
     int eventStatus = 200;
+    QString eventPath = QStringLiteral("/events");
     QByteArray eventRequest;
     QPointer<QTcpSocket> events;
 
@@ -77,11 +78,18 @@ private:
                         {"apiUrl", "/jmap/api/"},
                         {"downloadUrl", "/jmap/download/{accountId}/{blobId}/{name}"},
                         {"eventSourceUrl",
-                         "/events?types={types}&closeafter={closeafter}&ping={ping}"},
+                         eventPath + "?types={types}&closeafter={closeafter}&ping={ping}"},
                         {"primaryAccounts", QJsonObject{{"urn:ietf:params:jmap:mail", "u1"}}}})
                     .toJson(QJsonDocument::Compact);
             socket->write("HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: " +
                           QByteArray::number(body.size()) + "\r\n\r\n" + body);
+            return;
+        }
+        if (request.startsWith("GET /moved")) {
+            // The event source has moved: the same path and query under /events.
+            const QByteArray target = request.mid(10, request.indexOf(' ', 4) - 10);
+            socket->write("HTTP/1.1 302 Found\r\nLocation: /events" + target +
+                          "\r\nContent-Length: 0\r\n\r\n");
             return;
         }
         eventRequest = request;
@@ -111,14 +119,15 @@ private slots:
     void eventsOverARealConnection();
     void stopClosesTheSocket();
     void refusedToken();
+    void followsARedirect();
 };
 
 void TestPushStreamLoopback::eventsOverARealConnection()
 {
     EventServer server;
     QNetworkAccessManager network;
-    JMAPClient client(server.sessionUrl(), "tok", &network);
-    const auto stream = client.pushEvents({"Email", "Mailbox"});
+    const auto client = std::make_shared<JMAPClient>(server.sessionUrl(), "tok", &network);
+    const auto stream = JMAPClient::pushEvents(client, {"Email", "Mailbox"});
     QCOMPARE(await(nextOf(stream.get())), std::optional(JMAPPushEvent::connected));
     QVERIFY(server.eventRequest.startsWith(
         "GET /events?types=Email,Mailbox&closeafter=no&ping=30 HTTP/1.1\r\n"));
@@ -140,8 +149,8 @@ void TestPushStreamLoopback::stopClosesTheSocket()
 {
     EventServer server;
     QNetworkAccessManager network;
-    JMAPClient client(server.sessionUrl(), "tok", &network);
-    const auto stream = client.pushEvents({"Email"});
+    const auto client = std::make_shared<JMAPClient>(server.sessionUrl(), "tok", &network);
+    const auto stream = JMAPClient::pushEvents(client, {"Email"});
     QCOMPARE(await(nextOf(stream.get())), std::optional(JMAPPushEvent::connected));
     QVERIFY(server.events);
     QSignalSpy closed(server.events.data(), &QTcpSocket::disconnected);
@@ -154,9 +163,25 @@ void TestPushStreamLoopback::refusedToken()
     EventServer server;
     server.eventStatus = 401;
     QNetworkAccessManager network;
-    JMAPClient client(server.sessionUrl(), "tok", &network);
-    const auto stream = client.pushEvents({"Email"});
+    const auto client = std::make_shared<JMAPClient>(server.sessionUrl(), "tok", &network);
+    const auto stream = JMAPClient::pushEvents(client, {"Email"});
     QCOMPARE(*awaitError<JMAPError>(nextOf(stream.get())), JMAPError::unauthorized());
+}
+
+void TestPushStreamLoopback::followsARedirect()
+{
+    EventServer server;
+    server.eventPath = QStringLiteral("/moved");
+    QNetworkAccessManager network;
+    const auto client = std::make_shared<JMAPClient>(server.sessionUrl(), "tok", &network);
+    const auto stream = JMAPClient::pushEvents(client, {"Email"});
+    QCOMPARE(await(nextOf(stream.get())), std::optional(JMAPPushEvent::connected));
+    QVERIFY(server.eventRequest.startsWith(
+        "GET /events?types=Email&closeafter=no&ping=30 HTTP/1.1\r\n"));
+    QVERIFY(server.eventRequest.contains("\r\nAuthorization: Bearer tok\r\n"));
+    QSignalSpy changedSpy(stream.get(), &JMAPPushStream::changed);
+    server.send("event: state\ndata: {}\n\n");
+    QVERIFY(changedSpy.wait(5000) || changedSpy.count() == 1);
 }
 
 QTEST_GUILESS_MAIN(TestPushStreamLoopback)

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Runs a command against a fresh private Cyrus JMAP server: starts one in a
 # temporary directory, exports its VELDRIN_TEST_* variables, runs the command
-# and stops the server again, also when the command fails or is interrupted.
+# and stops the server again, also when the command fails, is interrupted or
+# loses its terminal.
 # Exits with the command's status.
 #
 #   with-cyrus.sh <command> [arguments...]
@@ -27,6 +28,9 @@ cleanup() {
   fi
 }
 trap cleanup EXIT
+# A signal ends the script through exit, which runs the cleanup; a closed terminal (HUP)
+# must not leave a server behind any more than Ctrl-C does.
+trap 'exit 129' HUP
 trap 'exit 130' INT
 trap 'exit 143' TERM
 

@@ -476,7 +476,7 @@ void TestMailCyrus::pushStreamOfThisServer()
 {
     // This server answers its event source with 204 No Content: the stream opens and then
     // ends normally, which the refresh loop treats like any other dropped connection.
-    const auto stream = m_client->pushEvents({"Email", "Mailbox"});
+    const auto stream = JMAPClient::pushEvents(m_client, {"Email", "Mailbox"});
     const auto next = [](JMAPPushStream* s) -> QCoro::Task<std::optional<JMAPPushEvent>> {
         const auto event = co_await s->next();
         co_return event;
