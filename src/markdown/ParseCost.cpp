@@ -50,19 +50,23 @@ ParseCost ParseCost::of(QByteArrayView source)
     ParseCost cost;
     qint64 delimiters = 0;
     qint64 width = 0;
+    qint64 stretchBytes = 0;
     const char* at = source.data();
     const char* const end = at + source.size();
     while (at < end) {
         bool blank = true;
         bool delimiterRow = true;
         qint64 dashRuns = 0;
+        qint64 pipes = 0;
         char previous = 0;
+        const char* const lineStart = at;
         for (; at < end && *at != '\n' && *at != '\r'; ++at) {
             const char c = *at;
             blank = blank && (c == ' ' || c == '\t');
             delimiters += isDelimiter(c);
             delimiterRow = delimiterRow && fitsDelimiterRow(c);
             dashRuns += c == '-' && previous != '-';
+            pipes += c == '|';
             previous = c;
         }
         // cmark ends a line at LF, CR or CR LF.
@@ -76,13 +80,16 @@ ParseCost ParseCost::of(QByteArrayView source)
             cost.delimiterPairs += delimiters * delimiters;
             delimiters = 0;
             width = 0;
+            stretchBytes = 0;
             continue;
         }
         // A delimiter row has as many cells as its header, and no more than its runs of dashes.
         if (delimiterRow && dashRuns > 0) {
             width = std::max(width, dashRuns);
             cost.tableCells += dashRuns;
+            cost.headerBytes += stretchBytes;
         }
+        stretchBytes += (at - lineStart) + 15 * pipes;
         cost.tableCells += width;
     }
     cost.delimiterPairs += delimiters * delimiters;

@@ -9,8 +9,9 @@ namespace Markdown {
 // The installed cmark-gfm has costs that grow faster than the text: it pads every table row to
 // the header's width (a few kilobytes of pipes and dashes ask for gigabytes), and matching
 // delimiters (smart quotes, emphasis, strikethrough, link and image brackets) within one
-// paragraph can take time that grows with the square of their number or worse. Both counts are
-// upper bounds, so that no text escapes them; ordinary mail stays far below either limit.
+// paragraph, or reading a long paragraph again at every line that looks like a delimiter row,
+// can take time that grows with the square of their number or worse. The counts are upper
+// bounds, so that no text escapes them; ordinary mail stays far below every limit.
 struct ParseCost
 {
     // Table cells cmark may make: every line after a delimiter row, up to the next blank line,
@@ -19,16 +20,22 @@ struct ParseCost
     // For each stretch of text between blank lines (a paragraph never crosses one), the square
     // of the number of delimiter characters in it, summed.
     qint64 delimiterPairs = 0;
+    // At each line that may be a table's delimiter row, cmark reads the paragraph above it again
+    // as a possible header: the bytes of the stretch so far, summed, a pipe counting as sixteen
+    // for the cell it makes.
+    qint64 headerBytes = 0;
 
     static ParseCost of(QByteArrayView source);
 
     // Within these, any source parses in well under a second and a few hundred megabytes.
     static constexpr qint64 maxTableCells = 500'000;
-    static constexpr qint64 maxDelimiterPairs = 100'000'000;
+    static constexpr qint64 maxDelimiterPairs = 40'000'000;
+    static constexpr qint64 maxHeaderBytes = 10'000'000;
 
     bool isAffordable() const
     {
-        return tableCells <= maxTableCells && delimiterPairs <= maxDelimiterPairs;
+        return tableCells <= maxTableCells && delimiterPairs <= maxDelimiterPairs &&
+               headerBytes <= maxHeaderBytes;
     }
 };
 
