@@ -43,6 +43,25 @@ bool fitsDelimiterRow(char c)
     }
 }
 
+// What may open or continue a container at the start of a line: blanks, quote markers, list
+// markers and the digits and punctuation of ordered ones.
+bool fitsContainerPrefix(char c)
+{
+    switch (c) {
+    case ' ':
+    case '\t':
+    case '>':
+    case '-':
+    case '+':
+    case '*':
+    case '.':
+    case ')':
+        return true;
+    default:
+        return c >= '0' && c <= '9';
+    }
+}
+
 } // namespace
 
 ParseCost ParseCost::of(QByteArrayView source)
@@ -51,6 +70,7 @@ ParseCost ParseCost::of(QByteArrayView source)
     qint64 delimiters = 0;
     qint64 width = 0;
     qint64 stretchBytes = 0;
+    qint64 depth = 0;
     const char* at = source.data();
     const char* const end = at + source.size();
     while (at < end) {
@@ -58,6 +78,8 @@ ParseCost ParseCost::of(QByteArrayView source)
         bool delimiterRow = true;
         qint64 dashRuns = 0;
         qint64 pipes = 0;
+        qint64 prefix = 0;
+        bool inPrefix = true;
         char previous = 0;
         const char* const lineStart = at;
         for (; at < end && *at != '\n' && *at != '\r'; ++at) {
@@ -67,6 +89,9 @@ ParseCost ParseCost::of(QByteArrayView source)
             delimiterRow = delimiterRow && fitsDelimiterRow(c);
             dashRuns += c == '-' && previous != '-';
             pipes += c == '|';
+            inPrefix = inPrefix && fitsContainerPrefix(c);
+            // A tab reaches the next multiple of four columns.
+            prefix += inPrefix ? (c == '\t' ? 4 : 1) : 0;
             previous = c;
         }
         // cmark ends a line at LF, CR or CR LF.
@@ -81,6 +106,7 @@ ParseCost ParseCost::of(QByteArrayView source)
             delimiters = 0;
             width = 0;
             stretchBytes = 0;
+            depth = 0;
             continue;
         }
         // A delimiter row has as many cells as its header, and no more than its runs of dashes.
@@ -90,6 +116,8 @@ ParseCost ParseCost::of(QByteArrayView source)
             cost.headerBytes += stretchBytes;
         }
         stretchBytes += (at - lineStart) + 15 * pipes;
+        depth = std::max(depth, prefix);
+        cost.containerChecks += depth;
         cost.tableCells += width;
     }
     cost.delimiterPairs += delimiters * delimiters;

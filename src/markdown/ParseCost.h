@@ -24,6 +24,10 @@ struct ParseCost
     // as a possible header: the bytes of the stretch so far, summed, a pipe counting as sixteen
     // for the cell it makes.
     qint64 headerBytes = 0;
+    // A line that continues a paragraph lazily is tried against every container open above
+    // it. Each container takes at least a column of some line's start (a ">", a list marker,
+    // indentation), so the widest such prefix since the last blank line, summed over the lines.
+    qint64 containerChecks = 0;
 
     static ParseCost of(QByteArrayView source);
 
@@ -31,11 +35,12 @@ struct ParseCost
     static constexpr qint64 maxTableCells = 500'000;
     static constexpr qint64 maxDelimiterPairs = 40'000'000;
     static constexpr qint64 maxHeaderBytes = 10'000'000;
+    static constexpr qint64 maxContainerChecks = 10'000'000;
 
     bool isAffordable() const
     {
         return tableCells <= maxTableCells && delimiterPairs <= maxDelimiterPairs &&
-               headerBytes <= maxHeaderBytes;
+               headerBytes <= maxHeaderBytes && containerChecks <= maxContainerChecks;
     }
 };
 

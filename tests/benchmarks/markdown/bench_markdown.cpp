@@ -157,6 +157,9 @@ void BenchMarkdown::costlyMarkdown_data()
     QTest::newRow("plain: ~]<a~ 1 MB") << repeatedTo(QStringLiteral("~]<a~"), 1024 * kilobyte);
     QTest::newRow("plain: :- and | lines 1 MB")
         << repeatedTo(QStringLiteral(":-\n|\n"), 1024 * kilobyte);
+    QTest::newRow("plain: 5000 nested items, 100,000 lazy lines")
+        << QStringLiteral("+ ").repeated(5000) + QStringLiteral("a\n") +
+               QStringLiteral("x\n").repeated(100000);
     QTest::newRow("limit: padded table")
         << QStringLiteral("|a").repeated(700) + QStringLiteral("|\n") +
                QStringLiteral("|-").repeated(700) + QStringLiteral("|\n") +
@@ -165,6 +168,10 @@ void BenchMarkdown::costlyMarkdown_data()
     QTest::newRow("limit: 'a") << atTheLimit(QStringLiteral("'a"));
     QTest::newRow("limit: :- and | lines") << atTheLimit(QStringLiteral(":-\n|\n"));
     QTest::newRow("limit: :- and ten pipes") << atTheLimit(QStringLiteral(":-\n||||||||||\n"));
+    QTest::newRow("limit: 2500 nested items, 1990 lazy lines")
+        << QStringLiteral("+ ").repeated(2500) + QStringLiteral("a\n") +
+               QStringLiteral("x\n").repeated(1990);
+    QTest::newRow("limit: + 1 MB") << repeatedTo(QStringLiteral("+ "), 1024 * kilobyte);
 }
 
 void BenchMarkdown::costlyMarkdown()

@@ -72,6 +72,10 @@ void TestMarkdownCost::costlySourceIsPlainText_data()
         << repeatedTo(QStringLiteral("_a*~"), 240 * kilobyte) << QStringLiteral("_a*~_a*~");
     QTest::newRow("paragraph read again at every would-be delimiter row")
         << repeatedTo(QStringLiteral(":-\n|\n"), 200 * kilobyte) << QStringLiteral(":-\n|\n:-");
+    QTest::newRow("lazy lines under 5000 nested list items")
+        << QStringLiteral("+ ").repeated(5000) + QStringLiteral("a\n") +
+               QStringLiteral("x\n").repeated(100000)
+        << QStringLiteral("+ + a\nx\nx");
     QTest::newRow("quotes on lines of one paragraph, CR line ends")
         << repeatedTo(QStringLiteral("\"a\" 'b'\r"), 512 * kilobyte) << QStringLiteral("\"a\" 'b'");
 }
