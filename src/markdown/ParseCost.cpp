@@ -92,6 +92,7 @@ ParseCost ParseCost::of(QByteArrayView source)
             inPrefix = inPrefix && fitsContainerPrefix(c);
             // A tab reaches the next multiple of four columns.
             prefix += inPrefix ? (c == '\t' ? 4 : 1) : 0;
+            cost.containerMarkers += inPrefix && c != ' ' && c != '\t' && (c < '0' || c > '9');
             previous = c;
         }
         // cmark ends a line at LF, CR or CR LF.

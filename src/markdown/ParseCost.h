@@ -28,6 +28,9 @@ struct ParseCost
     // it. Each container takes at least a column of some line's start (a ">", a list marker,
     // indentation), so the widest such prefix since the last blank line, summed over the lines.
     qint64 containerChecks = 0;
+    // Containers cmark may open: the quote and list markers at the starts of lines. Each is a
+    // node of its own, however deep it nests.
+    qint64 containerMarkers = 0;
 
     static ParseCost of(QByteArrayView source);
 
@@ -36,11 +39,13 @@ struct ParseCost
     static constexpr qint64 maxDelimiterPairs = 40'000'000;
     static constexpr qint64 maxHeaderBytes = 10'000'000;
     static constexpr qint64 maxContainerChecks = 10'000'000;
+    static constexpr qint64 maxContainerMarkers = 400'000;
 
     bool isAffordable() const
     {
         return tableCells <= maxTableCells && delimiterPairs <= maxDelimiterPairs &&
-               headerBytes <= maxHeaderBytes && containerChecks <= maxContainerChecks;
+               headerBytes <= maxHeaderBytes && containerChecks <= maxContainerChecks &&
+               containerMarkers <= maxContainerMarkers;
     }
 };
 

@@ -157,6 +157,7 @@ void BenchMarkdown::costlyMarkdown_data()
     QTest::newRow("plain: ~]<a~ 1 MB") << repeatedTo(QStringLiteral("~]<a~"), 1024 * kilobyte);
     QTest::newRow("plain: :- and | lines 1 MB")
         << repeatedTo(QStringLiteral(":-\n|\n"), 1024 * kilobyte);
+    QTest::newRow("plain: > 1 MB") << repeatedTo(QStringLiteral(">"), 1024 * kilobyte);
     QTest::newRow("plain: 5000 nested items, 100,000 lazy lines")
         << QStringLiteral("+ ").repeated(5000) + QStringLiteral("a\n") +
                QStringLiteral("x\n").repeated(100000);
@@ -171,7 +172,8 @@ void BenchMarkdown::costlyMarkdown_data()
     QTest::newRow("limit: 2500 nested items, 1990 lazy lines")
         << QStringLiteral("+ ").repeated(2500) + QStringLiteral("a\n") +
                QStringLiteral("x\n").repeated(1990);
-    QTest::newRow("limit: + 1 MB") << repeatedTo(QStringLiteral("+ "), 1024 * kilobyte);
+    QTest::newRow("limit: nested list items") << atTheLimit(QStringLiteral("+ "));
+    QTest::newRow("limit: nested quotes") << atTheLimit(QStringLiteral(">"));
 }
 
 void BenchMarkdown::costlyMarkdown()

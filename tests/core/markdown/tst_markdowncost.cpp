@@ -76,6 +76,8 @@ void TestMarkdownCost::costlySourceIsPlainText_data()
         << QStringLiteral("+ ").repeated(5000) + QStringLiteral("a\n") +
                QStringLiteral("x\n").repeated(100000)
         << QStringLiteral("+ + a\nx\nx");
+    QTest::newRow("a megabyte of nested quotes")
+        << repeatedTo(QStringLiteral(">"), 1024 * kilobyte) << QStringLiteral("<p>&gt;&gt;&gt;");
     QTest::newRow("quotes on lines of one paragraph, CR line ends")
         << repeatedTo(QStringLiteral("\"a\" 'b'\r"), 512 * kilobyte) << QStringLiteral("\"a\" 'b'");
 }
@@ -114,6 +116,9 @@ void TestMarkdownCost::ordinarySourceStaysMarkdown_data()
     QTest::newRow("paragraph of long dialogue")
         << QStringLiteral("\"Yes,\" she said, 'it's *done*' [here](u) ~~or~~ not. ").repeated(300)
         << QStringLiteral("<em>done</em>");
+    QTest::newRow("replies quoted five deep")
+        << QStringLiteral("> > > > > On Monday, someone wrote:\n").repeated(30000)
+        << QStringLiteral("<blockquote>\n<blockquote>");
     QTest::newRow("thousands of short paragraphs with emphasis")
         << QStringLiteral("*one* \"two\" **three** [four](x) ![five](y)\n\n").repeated(20000)
         << QStringLiteral("<img src=\"y\" />");
