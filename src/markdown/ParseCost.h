@@ -9,9 +9,10 @@ namespace Markdown {
 // The installed cmark-gfm has costs that grow faster than the text: it pads every table row to
 // the header's width (a few kilobytes of pipes and dashes ask for gigabytes), and matching
 // delimiters (smart quotes, emphasis, strikethrough, link and image brackets) within one
-// paragraph, or reading a long paragraph again at every line that looks like a delimiter row,
-// can take time that grows with the square of their number or worse. The counts are upper
-// bounds, so that no text escapes them; ordinary mail stays far below every limit.
+// paragraph, reading a long paragraph again at every line that looks like a delimiter row, and
+// trying every line against deeply nested containers can take time that grows with the square
+// of the text or worse. The counts are upper bounds, so that no text escapes them; ordinary
+// mail stays far below every limit.
 struct ParseCost
 {
     // Table cells cmark may make: every line after a delimiter row, up to the next blank line,
