@@ -28,10 +28,14 @@ struct NodeDeleter
 using NodePointer = std::unique_ptr<cmark_node, NodeDeleter>;
 
 // The document of UTF-8 Markdown text: smart punctuation; tables, strikethrough and task lists.
+// A text too costly to parse (see ParseCost) gives its paragraphs as plain text instead.
 NodePointer parse(QByteArrayView source);
 
-// The text leaves of a subtree that is too deep to keep, gathered without recursion.
+// The text of a subtree that is too deep to keep, gathered without recursion: its text, code and
+// raw HTML, blocks on lines of their own and cells apart by a blank.
 QByteArray flattenedText(cmark_node* root);
+
+bool isBlock(cmark_node* node);
 
 // Nodes of the extensions have type numbers assigned at registration, so they are told apart
 // by their names.

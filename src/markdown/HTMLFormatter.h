@@ -6,8 +6,9 @@
 
 namespace Markdown {
 
-// Writes a tree as HTML. It escapes nothing: every string goes out as it stands in the tree, so
-// text must have been escaped before (see OutputRewriter).
+// Writes a tree as HTML. Text goes out as it stands in the tree, so it must have been escaped
+// before (see OutputRewriter); attribute values (destinations, titles, languages) are escaped
+// here, double quotes included, so that none can end its attribute.
 class HTMLFormatter
 {
 public:

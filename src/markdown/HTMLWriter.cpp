@@ -51,24 +51,35 @@ template <typename String> void HTMLWriter<String>::putNumber(qlonglong number)
 
 template <typename String> void HTMLWriter<String>::putText(View text)
 {
-    if (!escapeText) {
+    if (escapeText)
+        putEscaped(text, false);
+    else
         put(text);
-        return;
-    }
+}
+
+template <typename String> void HTMLWriter<String>::putAttribute(View value)
+{
+    putEscaped(value, true);
+}
+
+template <typename String> void HTMLWriter<String>::putEscaped(View text, bool quotes)
+{
     // "&" first, then the brackets: one pass gives the same. Runs between them go out whole.
     qsizetype run = 0;
     const qsizetype size = text.size();
     for (qsizetype i = 0; i < size; ++i) {
         const int c = codeOf(text[i]);
-        if (c != '&' && c != '<' && c != '>')
+        if (c != '&' && c != '<' && c != '>' && (c != '"' || !quotes))
             continue;
         put(text.sliced(run, i - run));
         if (c == '&')
             put("&amp;");
         else if (c == '<')
             put("&lt;");
-        else
+        else if (c == '>')
             put("&gt;");
+        else
+            put("&quot;");
         run = i + 1;
     }
     put(text.sliced(run));
@@ -89,7 +100,7 @@ template <typename String> bool HTMLWriter<String>::open(const Element& element)
     case Kind::CodeBlock:
         if (element.language) {
             put("<pre><code class=\"language-");
-            put(*element.language);
+            putAttribute(*element.language);
             put("\">");
         } else {
             put("<pre><code>");
@@ -181,7 +192,7 @@ template <typename String> bool HTMLWriter<String>::open(const Element& element)
         put("<a");
         if (element.destination) {
             put(" href=\"");
-            put(*element.destination);
+            putAttribute(*element.destination);
             put("\"");
         }
         put(">");
@@ -191,12 +202,12 @@ template <typename String> bool HTMLWriter<String>::open(const Element& element)
         put("<img");
         if (element.destination && !element.destination->isEmpty()) {
             put(" src=\"");
-            put(*element.destination);
+            putAttribute(*element.destination);
             put("\"");
         }
         if (element.title && !element.title->isEmpty()) {
             put(" title=\"");
-            put(*element.title);
+            putAttribute(*element.title);
             put("\"");
         }
         put(" />");

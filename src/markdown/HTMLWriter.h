@@ -44,7 +44,8 @@ public:
     };
 
     // With escapeText, the literals of Text, InlineCode and CodeBlock are escaped on the way
-    // out, which is what the rewriter does to the tree; raw HTML and attributes never are.
+    // out, which is what the rewriter does to the tree; raw HTML never is. Attribute values
+    // (destinations, titles, info strings) are always escaped, double quotes included.
     explicit HTMLWriter(bool escapeText_) : escapeText(escapeText_) {}
 
     // Writes what stands before the element's children. False when the element writes no
@@ -91,6 +92,9 @@ private:
     }
     void putNumber(qlonglong number);
     void putText(View text);
+    // An attribute value as typed: escaped always, so that a quote cannot end the attribute.
+    void putAttribute(View value);
+    void putEscaped(View text, bool quotes);
     bool openPlain(const Element& element);
     void openCell(const Element& element);
 

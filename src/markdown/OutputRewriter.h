@@ -4,7 +4,7 @@
 
 // Prepares a parsed tree for the HTML formatter, which writes strings as they are: it escapes
 // the text of the message (text, code spans, code blocks) and, with hardBreaks, turns every soft
-// line break into a hard one. Raw HTML, link destinations and image sources stay as written.
+// line break into a hard one. Raw HTML stays as written; the formatter escapes attribute values.
 struct OutputRewriter
 {
     bool hardBreaks = false;

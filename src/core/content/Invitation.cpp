@@ -176,6 +176,60 @@ void readEventLine(Invitation& invitation, const Invitation::Property& property,
     invitation.replyLines.append(line);
 }
 
+// C0 and C1 controls and DEL, but the tab, which a content line may hold.
+bool isControl(QChar c)
+{
+    return c != u'\t' && (c.unicode() < 0x20 || (c.unicode() >= 0x7f && c.unicode() < 0xa0));
+}
+
+// A line of the reply without anything a reader might take for the end of a line. The lines
+// repeated from the invitation cannot hold CR or LF, but may hold other controls and the
+// Unicode separators, which no content line may carry.
+QString withoutLineBreaks(const QString& line)
+{
+    QString result = line;
+    result.removeIf([](QChar c) {
+        return isControl(c) || c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
+    });
+    return result;
+}
+
+// The text as a parameter value, to be quoted by the caller.
+QString parameterText(const QString& text)
+{
+    // A name comes from the invitation's own CN, unescaped: a line break in it would end the
+    // attendee's line and let the organizer write lines of their choosing into the answer.
+    QString result;
+    result.reserve(text.size());
+    for (const QChar c : text) {
+        if (c == u'\n' || c == u'\r' || c == u'\t' || c == QChar::LineSeparator ||
+            c == QChar::ParagraphSeparator)
+            result.append(u' ');
+        else if (c != u'"' && !isControl(c))
+            result.append(c);
+    }
+    return result;
+}
+
+// The text as part of a URI value.
+QString uriText(const QString& text)
+{
+    // A calendar address is a URI, whose text has no escapes of the \; kind: what a URI
+    // cannot hold as it stands is percent-encoded.
+    QString result;
+    result.reserve(text.size());
+    for (const QChar c : text) {
+        if (c.unicode() <= 0x20 || c == u'"' || isControl(c) || c == QChar::LineSeparator ||
+            c == QChar::ParagraphSeparator) {
+            for (const char byte : QString(c).toUtf8())
+                result += u'%' + QString::number(uchar(byte), 16).rightJustified(2, u'0').toUpper();
+        } else {
+            result.append(c);
+        }
+    }
+    return result;
+}
+
 } // namespace
 
 bool Invitation::isCanceled() const
@@ -315,21 +369,21 @@ QString Invitation::reply(ParticipationStatus status, const EmailAddress& addres
     lines.append(QStringLiteral("DTSTAMP:") +
                  now.toUTC().toString(QStringLiteral("yyyyMMdd'T'HHmmss'Z'")));
 
+    // The name is always quoted, which a value holding ":", ";" or "," needs anyway.
     QString namePart;
     if (address.name) {
-        QString name = *address.name;
-        name.remove(u'"');
+        const QString name = parameterText(*address.name);
         if (!name.isEmpty())
             namePart = QStringLiteral(";CN=\"") + name + u'"';
     }
     lines.append(QStringLiteral("ATTENDEE;PARTSTAT=") + ParticipationStatuses::value(status) +
-                 namePart + QStringLiteral(":mailto:") + address.email);
+                 namePart + QStringLiteral(":mailto:") + uriText(address.email));
     lines.append(QStringLiteral("END:VEVENT"));
     lines.append(QStringLiteral("END:VCALENDAR"));
 
     QString text;
     for (const QString& line : std::as_const(lines)) {
-        text += fold(line);
+        text += fold(withoutLineBreaks(line));
         text += QLatin1String("\r\n");
     }
     return text;

@@ -85,7 +85,8 @@ struct Invitation
 
     // The first attendee whose address, lower-cased, is in `among` (lower-cased addresses).
     std::optional<Attendee> attendee(const QSet<QString>& among) const;
-    // The METHOD:REPLY document that answers this event as `address`, stamped `now`.
+    // The METHOD:REPLY document that answers this event as `address`, stamped `now`. Whatever
+    // the name and address hold, each stays within the one ATTENDEE line.
     QString reply(ParticipationStatus status, const EmailAddress& address,
                   const QDateTime& now) const;
 

@@ -4,6 +4,7 @@
 #include "markdown/HTMLFormatter.h"
 #include "markdown/MarkdownRenderer.h"
 #include "markdown/OutputRewriter.h"
+#include "markdown/ParseCost.h"
 
 #include <cmark-gfm-core-extensions.h>
 #include <cmark-gfm.h>
@@ -14,8 +15,10 @@
 #include <cstdlib>
 
 // Markdown of a large message against cmark-gfm's own HTML renderer on the same text (the
-// renderer should stay within 1.5 times cmark's time), the same through the document tree, and
-// the plain text of a large HTML newsletter. Figures only; nothing here fails on time.
+// renderer should stay within 1.5 times cmark's time), the same through the document tree,
+// sources that cmark-gfm would take seconds or gigabytes over (sent as plain text) and the
+// costliest that still go to cmark, and the plain text of a large HTML newsletter. Figures
+// only; nothing here fails on time.
 class BenchMarkdown : public QObject
 {
     Q_OBJECT
@@ -23,6 +26,8 @@ private Q_SLOTS:
     void initTestCase();
     void markdown_data();
     void markdown();
+    void costlyMarkdown_data();
+    void costlyMarkdown();
     void newsletterPlainText();
 
 private:
@@ -111,6 +116,75 @@ void BenchMarkdown::markdown()
         }
     }
     QVERIFY(size > markdownText.size() / 2);
+}
+
+namespace {
+
+// The unit repeated as often as the source stays affordable: the costliest of its kind that is
+// still parsed as Markdown.
+QString atTheLimit(const QString& unit)
+{
+    qsizetype low = 1;
+    qsizetype high = 1 << 20;
+    while (low < high) {
+        const qsizetype middle = (low + high + 1) / 2;
+        if (Markdown::ParseCost::of(unit.repeated(middle).toUtf8()).isAffordable())
+            low = middle;
+        else
+            high = middle - 1;
+    }
+    return unit.repeated(low);
+}
+
+QString repeatedTo(const QString& unit, qsizetype size)
+{
+    return unit.repeated(size / unit.size());
+}
+
+} // namespace
+
+void BenchMarkdown::costlyMarkdown_data()
+{
+    QTest::addColumn<QString>("source");
+
+    constexpr qsizetype kilobyte = 1024;
+    QTest::newRow("plain: table 6000 x 6000, 36 KB")
+        << QStringLiteral("|a").repeated(6000) + QStringLiteral("|\n") +
+               QStringLiteral("|-").repeated(6000) + QStringLiteral("|\n") +
+               QStringLiteral("b\n").repeated(6000);
+    QTest::newRow("plain: ![[]() 480 KB") << repeatedTo(QStringLiteral("![[]()"), 480 * kilobyte);
+    QTest::newRow("plain: quotes 1 MB") << repeatedTo(QStringLiteral("\"a"), 1024 * kilobyte);
+    QTest::newRow("plain: ~]<a~ 1 MB") << repeatedTo(QStringLiteral("~]<a~"), 1024 * kilobyte);
+    QTest::newRow("plain: :- and | lines 1 MB")
+        << repeatedTo(QStringLiteral(":-\n|\n"), 1024 * kilobyte);
+    QTest::newRow("plain: > 1 MB") << repeatedTo(QStringLiteral(">"), 1024 * kilobyte);
+    QTest::newRow("plain: 5000 nested items, 100,000 lazy lines")
+        << QStringLiteral("+ ").repeated(5000) + QStringLiteral("a\n") +
+               QStringLiteral("x\n").repeated(100000);
+    QTest::newRow("limit: padded table")
+        << QStringLiteral("|a").repeated(700) + QStringLiteral("|\n") +
+               QStringLiteral("|-").repeated(700) + QStringLiteral("|\n") +
+               QStringLiteral("b\n").repeated(700);
+    QTest::newRow("limit: '|'") << atTheLimit(QStringLiteral("'|'"));
+    QTest::newRow("limit: 'a") << atTheLimit(QStringLiteral("'a"));
+    QTest::newRow("limit: :- and | lines") << atTheLimit(QStringLiteral(":-\n|\n"));
+    QTest::newRow("limit: :- and ten pipes") << atTheLimit(QStringLiteral(":-\n||||||||||\n"));
+    QTest::newRow("limit: 2500 nested items, 1990 lazy lines")
+        << QStringLiteral("+ ").repeated(2500) + QStringLiteral("a\n") +
+               QStringLiteral("x\n").repeated(1990);
+    QTest::newRow("limit: nested list items") << atTheLimit(QStringLiteral("+ "));
+    QTest::newRow("limit: nested quotes") << atTheLimit(QStringLiteral(">"));
+}
+
+void BenchMarkdown::costlyMarkdown()
+{
+    QFETCH(QString, source);
+    qsizetype size = 0;
+    QBENCHMARK
+    {
+        size = MarkdownRenderer::emailDocument(source, true).size();
+    }
+    QVERIFY(size > 0);
 }
 
 void BenchMarkdown::newsletterPlainText()

@@ -56,6 +56,8 @@ private slots:
     void fold();
     void replyAttendeeLine_data();
     void replyAttendeeLine();
+    void hostileInvitationCannotWriteTheReply_data();
+    void hostileInvitationCannotWriteTheReply();
     void attendeeAmongOwnAddresses();
     void participationStatuses();
     void oddInputNeverCrashes();
@@ -460,6 +462,19 @@ void TestInvitation::replyAttendeeLine_data()
                           "mailto:zoe@example.org");
     QTest::newRow("empty name") << address("", "me@x.org") << ParticipationStatus::Accepted
                                 << "ATTENDEE;PARTSTAT=ACCEPTED:mailto:me@x.org";
+    QTest::newRow("line breaks and tabs in the name become blanks")
+        << address(QStringLiteral("A\r\nB\nC\rD\tE\u2028F"), "me@x.org")
+        << ParticipationStatus::Accepted
+        << "ATTENDEE;PARTSTAT=ACCEPTED;CN=\"A  B C D E F\":mailto:me@x.org";
+    QTest::newRow("other controls in the name go")
+        << address(QStringLiteral("A\u0000\u000b\u001f\u007f\u0085B"), "me@x.org")
+        << ParticipationStatus::Accepted << "ATTENDEE;PARTSTAT=ACCEPTED;CN=\"AB\":mailto:me@x.org";
+    QTest::newRow("name of controls only")
+        << address(QStringLiteral("\"\u0001\""), "me@x.org") << ParticipationStatus::Accepted
+        << "ATTENDEE;PARTSTAT=ACCEPTED:mailto:me@x.org";
+    QTest::newRow("blanks, quotes and controls in the address are percent-encoded")
+        << address("Me", QStringLiteral("me\r\nX:@x \"\t.org")) << ParticipationStatus::Declined
+        << "ATTENDEE;PARTSTAT=DECLINED;CN=\"Me\":mailto:me%0D%0AX:@x%20%22%09.org";
 }
 
 void TestInvitation::replyAttendeeLine()
@@ -483,6 +498,78 @@ void TestInvitation::replyAttendeeLine()
     QCOMPARE(lines.mid(lines.size() - 6),
              (QStringList{"BEGIN:VEVENT", "UID:u", "DTSTAMP:20260102T030405Z", line, "END:VEVENT",
                           "END:VCALENDAR"}));
+}
+
+void TestInvitation::hostileInvitationCannotWriteTheReply_data()
+{
+    QTest::addColumn<QStringList>("attendeeLines");
+    QTest::addColumn<QString>("summaryLine");
+    QTest::addColumn<QString>("replyAttendee");
+    QTest::addColumn<QString>("replySummary");
+
+    QTest::newRow("escaped line breaks in the user's own CN")
+        << QStringList{"ATTENDEE;CN=\"Me\\nATTENDEE;PARTSTAT=ACCEPTED:mailto:other@example.com"
+                       "\\nX\":mailto:me@example.com"}
+        << "SUMMARY:Plan"
+        << "ATTENDEE;PARTSTAT=DECLINED;CN=\"Me ATTENDEE;PARTSTAT=ACCEPTED:mailto:other@example.com"
+           " X\":mailto:me@example.com"
+        << "SUMMARY:Plan";
+    QTest::newRow("escaped line breaks that would end the event")
+        << QStringList{"ATTENDEE;CN=\"Me\\NEND:VEVENT\\n\\nBEGIN:VEVENT\";PARTSTAT=NEEDS-ACTION:"
+                       "mailto:me@example.com"}
+        << "SUMMARY:Plan"
+        << "ATTENDEE;PARTSTAT=DECLINED;CN=\"Me END:VEVENT  BEGIN:VEVENT\":mailto:me@example.com"
+        << "SUMMARY:Plan";
+    QTest::newRow("separators in a repeated line")
+        << QStringList{"ATTENDEE:mailto:me@example.com"}
+        << QStringLiteral("SUMMARY:Plan\u2028ATTENDEE;PARTSTAT=ACCEPTED:mailto:o@x\u000bX\u0085Y")
+        << "ATTENDEE;PARTSTAT=DECLINED:mailto:me@example.com"
+        << "SUMMARY:PlanATTENDEE;PARTSTAT=ACCEPTED:mailto:o@xXY";
+}
+
+void TestInvitation::hostileInvitationCannotWriteTheReply()
+{
+    // The name to answer under may be the one the organizer wrote for the user: whatever it
+    // holds, the reply has exactly its own lines, and only the user's attendee line.
+    QFETCH(QStringList, attendeeLines);
+    QFETCH(QString, summaryLine);
+    QFETCH(QString, replyAttendee);
+    QFETCH(QString, replySummary);
+    const auto invitation = Invitation::parse(
+        calendar(QStringList{"BEGIN:VCALENDAR", "BEGIN:VEVENT", "UID:1", summaryLine} +
+                 attendeeLines + QStringList{"END:VEVENT", "END:VCALENDAR"}),
+        newYork);
+    QVERIFY(invitation);
+    const auto me = invitation->attendee({QStringLiteral("me@example.com")});
+    QVERIFY(me);
+    const QString reply =
+        invitation->reply(ParticipationStatus::Declined, me->address, utc("2026-01-02T03:04:05Z"));
+
+    QVERIFY(reply.endsWith(QStringLiteral("\r\n")));
+    const QStringList physical = reply.chopped(2).split(QStringLiteral("\r\n"));
+    for (const QString& line : physical) {
+        for (const QChar c : line)
+            QVERIFY2(c >= u' ' && (c < u'\u007f' || c >= u'\u00a0') && c != QChar::LineSeparator,
+                     qPrintable(line));
+    }
+    const QStringList expected{"BEGIN:VCALENDAR",
+                               "VERSION:2.0",
+                               "PRODID:-//Veldrin//EN",
+                               "METHOD:REPLY",
+                               "BEGIN:VEVENT",
+                               "UID:1",
+                               replySummary,
+                               "DTSTAMP:20260102T030405Z",
+                               replyAttendee,
+                               "END:VEVENT",
+                               "END:VCALENDAR"};
+    QCOMPARE(Invitation::unfold(reply), expected);
+    // Read back, the reply names one attendee: the user, with the answer given.
+    const auto answer = Invitation::parse(reply, newYork);
+    QVERIFY(answer);
+    QCOMPARE(answer->attendees.size(), 1);
+    QCOMPARE(answer->attendees[0].address.email, QStringLiteral("me@example.com"));
+    QCOMPARE(answer->attendees[0].status, ParticipationStatus::Declined);
 }
 
 void TestInvitation::attendeeAmongOwnAddresses()

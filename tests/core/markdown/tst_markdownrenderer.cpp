@@ -96,8 +96,6 @@ void TestMarkdownRenderer::inlines_data()
     addRow("link", "[site](https://example.com)",
            "<p><a href=\"https://example.com\">site</a></p>\n");
     addRow("link with empty destination", "[a]()", "<p><a href=\"\">a</a></p>\n");
-    addRow("link destination is not escaped", "[q](http://a?b=1&c=2)",
-           "<p><a href=\"http://a?b=1&c=2\">q</a></p>\n");
     addRow("link title is not written", "[a](u \"t\")", "<p><a href=\"u\">a</a></p>\n");
     addRow("image with title and no alt", "![a cat](cat.png \"Tom\")",
            "<p><img src=\"cat.png\" title=\"Tom\" /></p>\n");
@@ -135,6 +133,18 @@ void TestMarkdownRenderer::escaping_data()
     addRow("text in table", "| a<b |\n|---|\n| & |",
            "<table>\n<thead>\n<tr>\n<th>a&lt;b</th>\n</tr>\n</thead>\n<tbody>\n<tr>\n"
            "<td>&amp;</td>\n</tr>\n</tbody>\n</table>\n");
+    // Attribute values are escaped with their quotes, so that none can end its attribute
+    // and carry markup or an event handler into the mail.
+    addRow("ampersand in a destination", "[q](http://a?b=1&c=2)",
+           "<p><a href=\"http://a?b=1&amp;c=2\">q</a></p>\n");
+    addRow("quoted destination", "[link](\"title\")",
+           "<p><a href=\"&quot;title&quot;\">link</a></p>\n");
+    addRow("event handler in a destination", "[x](<a\" onmouseover=\"alert(1)>)",
+           "<p><a href=\"a&quot; onmouseover=&quot;alert(1)\">x</a></p>\n");
+    addRow("image source and title", "![i](<x\" onerror=\"y> \"t&<\\\"q>\")",
+           "<p><img src=\"x&quot; onerror=&quot;y\" title=\"t&amp;&lt;&quot;q&gt;\" /></p>\n");
+    addRow("code info string", "```c\"><script>\nx\n```",
+           "<pre><code class=\"language-c&quot;&gt;&lt;script&gt;\">x\n</code></pre>\n");
 }
 
 void TestMarkdownRenderer::escaping()

@@ -253,6 +253,19 @@ void TestMarkdownTree::deepNestingKeepsText()
         QVERIFY(html.contains(QStringLiteral("bottom")));
         QVERIFY(html.startsWith(QStringLiteral("<")));
     }
+
+    // Past the depth that keeps structure, code and raw HTML keep their text (escaped, since
+    // it is text now), and blocks and cells stay apart.
+    const QString deep = QStringLiteral("> ").repeated(300);
+    const QString source = deep + QStringLiteral("```\n") + deep +
+                           QStringLiteral("if (a < b) {}\n") + deep + QStringLiteral("```\n") +
+                           deep + QStringLiteral("\n") + deep + QStringLiteral("<div>raw</div>\n") +
+                           deep + QStringLiteral("\n") + deep + QStringLiteral("one\n") + deep +
+                           QStringLiteral("\n") + deep + QStringLiteral("| x | y |\n") + deep +
+                           QStringLiteral("|---|---|\n") + deep + QStringLiteral("| 1 | `2` |");
+    QVERIFY(MarkdownRenderer::html(source, false)
+                .contains(QStringLiteral("if (a &lt; b) {}\n&lt;div&gt;raw&lt;/div&gt;\none\n"
+                                         "x y\n1 2</blockquote>")));
 }
 
 QTEST_GUILESS_MAIN(TestMarkdownTree)
