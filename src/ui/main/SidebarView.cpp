@@ -2,12 +2,12 @@
 
 #include "MailboxDelegate.h"
 #include "MailboxListModel.h"
+#include "SyncFooter.h"
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 
 #include <QLabel>
 #include <QListView>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QToolButton>
@@ -77,18 +77,7 @@ SidebarView::SidebarView(AppState* state, QWidget* parent)
     auto* footer = new QWidget(this);
     auto* footerLayout = new QHBoxLayout(footer);
     footerLayout->setContentsMargins(8, 4, 4, 4);
-    auto* statusColumn = new QVBoxLayout();
-    statusColumn->setSpacing(2);
-    m_status = new QLabel(footer);
-    m_status->setObjectName(QStringLiteral("syncStatus"));
-    m_status->setForegroundRole(QPalette::PlaceholderText);
-    m_activity = new QProgressBar(footer);
-    m_activity->setRange(0, 0);
-    m_activity->setTextVisible(false);
-    m_activity->setMaximumHeight(3);
-    statusColumn->addWidget(m_status);
-    statusColumn->addWidget(m_activity);
-    footerLayout->addLayout(statusColumn, 1);
+    footerLayout->addWidget(new SyncFooter(state, footer), 1);
     m_composeButton = new QToolButton(footer);
     m_composeButton->setIcon(Icons::icon(QStringLiteral("square.and.pencil")));
     m_composeButton->setAutoRaise(true);
@@ -99,10 +88,8 @@ SidebarView::SidebarView(AppState* state, QWidget* parent)
     QObject::connect(state, &AppState::hasTokenChanged, this, &SidebarView::showState);
     QObject::connect(state, &AppState::selectedMailboxIdChanged, this, &SidebarView::selectCurrent);
     QObject::connect(m_model, &QAbstractItemModel::rowsInserted, this, &SidebarView::selectCurrent);
-    QObject::connect(state, &AppState::activityChanged, this, &SidebarView::updateFooter);
     showState();
     selectCurrent();
-    updateFooter();
 }
 
 void SidebarView::showState()
@@ -123,16 +110,4 @@ void SidebarView::selectCurrent()
         else
             m_list->clearSelection();
     }
-}
-
-void SidebarView::updateFooter()
-{
-    QString status;
-    if (m_state->activePushes() > 0)
-        status = tr("Sending changes…");
-    else if (m_state->activeFetches() > 0)
-        status = tr("Fetching mail…");
-    m_status->setText(status);
-    m_status->setVisible(!status.isEmpty());
-    m_activity->setVisible(!status.isEmpty());
 }

@@ -4,9 +4,7 @@
 
 class AppState;
 class MailboxListModel;
-class QLabel;
 class QListView;
-class QProgressBar;
 class QStackedWidget;
 class QToolButton;
 
@@ -26,13 +24,10 @@ Q_SIGNALS:
 private:
     void showState();
     void selectCurrent();
-    void updateFooter();
 
     AppState* m_state;
     MailboxListModel* m_model;
     QStackedWidget* m_stack;
     QListView* m_list;
-    QLabel* m_status;
-    QProgressBar* m_activity;
     QToolButton* m_composeButton;
 };
