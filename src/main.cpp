@@ -1,12 +1,15 @@
 #include "app/state/AppState.h"
 #include "ui/desktop/SingleInstance.h"
 #include "ui/main/MainWindow.h"
+#include "ui/web/MailWebView.h"
 
 #include <QApplication>
 #include <QNetworkAccessManager>
 
 int main(int argc, char** argv)
 {
+    // The web engine learns our URL schemes only before the application object exists.
+    MailWebView::registerSchemes();
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Veldrin"));
     QApplication::setApplicationDisplayName(QStringLiteral("Veldrin"));

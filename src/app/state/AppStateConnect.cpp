@@ -25,6 +25,7 @@ void AppState::tearDownConnection()
     m_contacts->setService(nullptr);
     setAccess(false, false);
     m_addressBook = AddressBook();
+    m_threadCache.removeAll();
 }
 
 QCoro::Task<> AppState::learnRecipients(QPointer<AppState> self,
@@ -146,4 +147,6 @@ QCoro::Task<> AppState::connect()
 
     if (const auto sent = mailboxWithRole(QStringLiteral("sent")))
         learnRecipients(self, service, sent->id);
+
+    co_await fetchThreads(0, m_config.pageSize);
 }

@@ -1,0 +1,11 @@
+#include "HeightBridge.h"
+
+#include <cmath>
+#include <limits>
+
+void HeightBridge::report(double height)
+{
+    if (!std::isfinite(height) || height <= 0 || height > std::numeric_limits<int>::max())
+        return;
+    Q_EMIT reported(static_cast<int>(std::ceil(height)));
+}

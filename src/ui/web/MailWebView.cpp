@@ -1,0 +1,214 @@
+#include "MailWebView.h"
+
+#include "HeightBridge.h"
+#include "MailWebPage.h"
+#include "MailWebProfile.h"
+
+#include <QAbstractScrollArea>
+#include <QAction>
+#include <QContextMenuEvent>
+#include <QCoreApplication>
+#include <QCursor>
+#include <QFile>
+#include <QMenu>
+#include <QToolTip>
+#include <QWebChannel>
+#include <QWebEngineContextMenuRequest>
+#include <QWebEngineScript>
+#include <QWebEngineScriptCollection>
+#include <QWheelEvent>
+
+#include <cstdlib>
+
+namespace {
+
+// Runs in the application world, which works while the document's own scripts are off. It
+// reports the height of the whole document whenever layout changes it: as images arrive, as
+// the width changes.
+const char heightScript[] = R"(
+(function () {
+    if (typeof qt === 'undefined' || !qt.webChannelTransport) { return; }
+    new QWebChannel(qt.webChannelTransport, function (channel) {
+        var bridge = channel.objects.veldrinHeight;
+        var root = document.documentElement;
+        var post = function () {
+            bridge.report(Math.ceil(root.getBoundingClientRect().height));
+        };
+        new ResizeObserver(post).observe(root);
+        post();
+    });
+})();
+)";
+
+QString webChannelLibrary()
+{
+    QFile file(QStringLiteral(":/qtwebchannel/qwebchannel.js"));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(file.readAll());
+}
+
+} // namespace
+
+void MailWebView::registerSchemes()
+{
+    MailWebProfile::registerSchemes();
+}
+
+MailWebView::MailWebView(QWidget* parent) : QWebEngineView(parent)
+{
+    setAccessibleName(tr("Message body"));
+    mailPage = new MailWebPage(MailWebProfile::instance(), this);
+    setPage(mailPage);
+    installHeightScript();
+
+    connect(mailPage, &QWebEnginePage::linkHovered, this, [this](const QString& url) {
+        // The text of a link can claim any address; the tool tip shows where it really goes.
+        if (url.isEmpty())
+            QToolTip::hideText();
+        else
+            QToolTip::showText(QCursor::pos(), url, this);
+    });
+}
+
+MailWebView::~MailWebView()
+{
+    if (current)
+        MailWebProfile::instance()->removeDocument(current->token);
+}
+
+void MailWebView::installHeightScript()
+{
+    heightBridge = new HeightBridge(this);
+    connect(heightBridge, &HeightBridge::reported, this, &MailWebView::setContentHeight);
+    auto* channel = new QWebChannel(this);
+    channel->registerObject(QStringLiteral("veldrinHeight"), heightBridge);
+    mailPage->setWebChannel(channel, QWebEngineScript::ApplicationWorld);
+
+    QWebEngineScript script;
+    script.setName(QStringLiteral("veldrin-height"));
+    script.setSourceCode(webChannelLibrary() + QLatin1String(heightScript));
+    script.setInjectionPoint(QWebEngineScript::DocumentReady);
+    script.setWorldId(QWebEngineScript::ApplicationWorld);
+    script.setRunsOnSubFrames(false);
+    mailPage->scripts().insert(script);
+}
+
+void MailWebView::setDocument(const QString& html, const QList<BodyPart>& inlineParts,
+                              PartLoader loader)
+{
+    // An unchanged document keeps its scroll position and selection; only the loader is new.
+    if (current && html == loadedHtml && inlineParts == current->inlineParts) {
+        current->loader = std::move(loader);
+        return;
+    }
+    auto* profile = MailWebProfile::instance();
+    if (current)
+        profile->removeDocument(current->token);
+
+    auto document = std::make_shared<MailDocument>();
+    document->token = MailWebProfile::newToken();
+    document->inlineParts = inlineParts;
+    document->loader = std::move(loader);
+    document->remoteContentAllowed = MailDocuments::remoteContentAllowed(html);
+    const QByteArray bytes = html.toUtf8();
+    const QUrl url = MailWebProfile::documentUrl(document->token);
+    if (bytes.size() > directLoadLimit)
+        document->html = bytes;
+    current = document;
+    loadedHtml = html;
+    profile->addDocument(document);
+
+    if (document->html.isEmpty()) {
+        // Based at the document's own origin, so its cid: requests say which view asked; a
+        // relative reference resolves into our scheme, which serves nothing to a subresource.
+        mailPage->expectLoad(QUrl(QStringLiteral("data:")));
+        mailPage->setContent(bytes, QStringLiteral("text/html;charset=UTF-8"), url);
+    } else {
+        mailPage->expectLoad(url);
+        mailPage->load(url);
+    }
+}
+
+int MailWebView::contentHeight() const
+{
+    return measuredHeight;
+}
+
+void MailWebView::setContentHeight(int height)
+{
+    if (height == measuredHeight)
+        return;
+    measuredHeight = height;
+    Q_EMIT contentHeightChanged(height);
+}
+
+void MailWebView::setLinkHandler(std::function<void(const QUrl&)> handler)
+{
+    mailPage->setLinkHandler(std::move(handler));
+}
+
+bool MailWebView::event(QEvent* event)
+{
+    // The widget that renders the page and receives input appears after the first load.
+    if (event->type() == QEvent::ChildAdded)
+        watchRenderWidget(static_cast<QChildEvent*>(event)->child());
+    return QWebEngineView::event(event);
+}
+
+void MailWebView::watchRenderWidget(QObject* child)
+{
+    if (child && child->isWidgetType())
+        child->installEventFilter(this);
+}
+
+QAbstractScrollArea* MailWebView::enclosingScrollArea() const
+{
+    for (QWidget* widget = parentWidget(); widget; widget = widget->parentWidget()) {
+        if (auto* area = qobject_cast<QAbstractScrollArea*>(widget))
+            return area;
+    }
+    return nullptr;
+}
+
+bool MailWebView::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() != QEvent::Wheel || watched == this)
+        return QWebEngineView::eventFilter(watched, event);
+    auto* wheel = static_cast<QWheelEvent*>(event);
+    QPoint delta = wheel->angleDelta();
+    if (delta.isNull())
+        delta = wheel->pixelDelta();
+    // Sideways scrolling stays with the page, for wide tables and preformatted blocks.
+    if (std::abs(delta.x()) > std::abs(delta.y()))
+        return false;
+    QAbstractScrollArea* area = enclosingScrollArea();
+    if (!area)
+        return false;
+    QWidget* viewport = area->viewport();
+    QWheelEvent forwarded(viewport->mapFromGlobal(wheel->globalPosition()), wheel->globalPosition(),
+                          wheel->pixelDelta(), wheel->angleDelta(), wheel->buttons(),
+                          wheel->modifiers(), wheel->phase(), wheel->inverted(), wheel->source());
+    QCoreApplication::sendEvent(viewport, &forwarded);
+    return true;
+}
+
+void MailWebView::contextMenuEvent(QContextMenuEvent* event)
+{
+    // Only what is safe on hostile content: copying and selecting. No new windows, no saving,
+    // no inspector, no reload.
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    const QWebEngineContextMenuRequest* request = lastContextMenuRequest();
+    auto add = [&](QWebEnginePage::WebAction which, const QString& text) {
+        QAction* action = mailPage->action(which);
+        action->setText(text);
+        menu->addAction(action);
+    };
+    add(QWebEnginePage::Copy, tr("Copy"));
+    if (request && MailWebPage::isOpenableLink(request->linkUrl()))
+        add(QWebEnginePage::CopyLinkToClipboard, tr("Copy Link Address"));
+    menu->addSeparator();
+    add(QWebEnginePage::SelectAll, tr("Select All"));
+    menu->popup(event->globalPos());
+}

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "MailDocument.h"
+#include "mail/Email.h"
+
+#include <QWebEngineView>
+
+#include <functional>
+#include <memory>
+
+class HeightBridge;
+class MailWebPage;
+class QAbstractScrollArea;
+
+// Shows one display document in a sandbox: page scripts off, nothing kept, no window of its
+// own, links leaving for the desktop, inline images served from the message. In the reader it
+// is sized to its content and never scrolls vertically itself: vertical wheel events go to the
+// scroll area around it.
+class MailWebView : public QWebEngineView
+{
+    Q_OBJECT
+public:
+    // Fetches the bytes of one inline part (a cid: image); may throw.
+    using PartLoader = InlinePartLoader;
+
+    explicit MailWebView(QWidget* parent = nullptr);
+    ~MailWebView() override;
+
+    // Registers the cid: scheme and our own scheme for large documents. Call before the
+    // QApplication exists (main.cpp and test main functions).
+    static void registerSchemes();
+
+    // Shows a display document (already wrapped, with its policy); cid: references are answered
+    // from inlineParts (matched by their cid, with or without angle brackets) through loader.
+    // The same document with the same parts is not loaded again.
+    void setDocument(const QString& html, const QList<BodyPart>& inlineParts, PartLoader loader);
+    // The measured height of the content in pixels (0 until known).
+    int contentHeight() const;
+    // Where clicked links go (http, https, mailto only); the default opens them on the desktop.
+    void setLinkHandler(std::function<void(const QUrl&)> handler);
+
+    // Documents up to this many bytes of UTF-8 go through setHtml, whose data: URL is limited
+    // to 2 MB once encoded; larger ones are served through our own scheme.
+    static constexpr qsizetype directLoadLimit = 1400 * 1024;
+
+Q_SIGNALS:
+    void contentHeightChanged(int height);
+
+protected:
+    bool event(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+
+private:
+    void installHeightScript();
+    void watchRenderWidget(QObject* child);
+    QAbstractScrollArea* enclosingScrollArea() const;
+    void setContentHeight(int height);
+
+    MailWebPage* mailPage = nullptr;
+    HeightBridge* heightBridge = nullptr;
+    std::shared_ptr<MailDocument> current;
+    QString loadedHtml;
+    int measuredHeight = 0;
+};

@@ -1,0 +1,409 @@
+#include "Fixtures.h"
+#include "content/EmailHTML.h"
+#include "ui/web/MailWebView.h"
+
+#include <QApplication>
+#include <QBuffer>
+#include <QDir>
+#include <QImage>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTest>
+#include <QVBoxLayout>
+#include <QWebEnginePage>
+#include <QWebEngineScript>
+
+#include <stdexcept>
+
+namespace {
+
+QByteArray pngOfWidth(int width)
+{
+    QImage image(width, 10, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+// A loopback web server that answers everything and remembers every request path, so a test
+// can tell whether a message reached the network at all.
+class LoopbackServer : public QTcpServer
+{
+public:
+    LoopbackServer()
+    {
+        listen(QHostAddress::LocalHost);
+        connect(this, &QTcpServer::newConnection, this, [this] {
+            while (QTcpSocket* socket = nextPendingConnection()) {
+                connect(socket, &QTcpSocket::readyRead, socket, [this, socket] { serve(socket); });
+                connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+            }
+        });
+    }
+
+    QString origin() const { return QStringLiteral("http://127.0.0.1:%1").arg(serverPort()); }
+
+    QStringList requests;
+
+private:
+    void serve(QTcpSocket* socket)
+    {
+        QByteArray& pending = buffers[socket];
+        pending += socket->readAll();
+        if (!pending.contains("\r\n\r\n"))
+            return;
+        const QList<QByteArray> line = pending.left(pending.indexOf("\r\n")).split(' ');
+        buffers.remove(socket);
+        const QString path = line.size() > 1 ? QString::fromLatin1(line.at(1)) : QString();
+        requests << path;
+        QByteArray type = "text/html";
+        QByteArray body = "<p>served</p>";
+        if (path.endsWith(QLatin1String(".png"))) {
+            type = "image/png";
+            body = pngOfWidth(3);
+        } else if (path.endsWith(QLatin1String(".css"))) {
+            type = "text/css";
+            body = "p { color: red; }";
+        }
+        socket->write("HTTP/1.1 200 OK\r\nContent-Type: " + type + "\r\nContent-Length: " +
+                      QByteArray::number(body.size()) + "\r\nConnection: close\r\n\r\n" + body);
+        socket->disconnectFromHost();
+    }
+
+    QHash<QTcpSocket*, QByteArray> buffers;
+};
+
+BodyPart inlinePart(const QString& cid, const QString& blobId)
+{
+    BodyPart part;
+    part.blobId = blobId;
+    part.cid = cid;
+    part.type = QStringLiteral("image/png");
+    return part;
+}
+
+// Serves each blob id as a PNG as wide as the number in it, and remembers what was asked.
+struct FakeBlobs
+{
+    QStringList asked;
+
+    MailWebView::PartLoader loader()
+    {
+        return [this](BodyPart part) -> QCoro::Task<QByteArray> { return load(this, part); };
+    }
+
+    static QCoro::Task<QByteArray> load(FakeBlobs* blobs, BodyPart part)
+    {
+        blobs->asked << part.blobId.value_or(QString());
+        if (part.blobId == QLatin1String("broken"))
+            throw std::runtime_error("download failed");
+        co_return pngOfWidth(part.blobId->section(QLatin1Char('-'), 1).toInt());
+    }
+};
+
+// Runs a script in the application world, where it works although page scripts are off.
+QVariant evaluate(MailWebView& view, const QString& script)
+{
+    QVariant result;
+    bool done = false;
+    view.page()->runJavaScript(script, QWebEngineScript::ApplicationWorld,
+                               [&](const QVariant& value) {
+                                   result = value;
+                                   done = true;
+                               });
+    if (!QTest::qWaitFor([&] { return done; }, 10000))
+        qWarning("script did not finish: %s", qPrintable(script));
+    return result;
+}
+
+// Loads a document and waits until it has loaded and reported its height.
+bool show(MailWebView& view, const QString& html, const QList<BodyPart>& parts = {},
+          MailWebView::PartLoader loader = {})
+{
+    QSignalSpy loaded(view.page(), &QWebEnginePage::loadFinished);
+    view.setDocument(html, parts, std::move(loader));
+    return loaded.wait(20000) && QTest::qWaitFor([&] { return view.contentHeight() > 0; }, 10000);
+}
+
+// The centre of an element, from its layout in the page.
+std::optional<QPoint> centreOf(MailWebView& view, const QString& id)
+{
+    const QVariant rect =
+        evaluate(view, QStringLiteral("(function () { var e = document.getElementById('%1');"
+                                      " if (!e) { return null; } var r = e.getBoundingClientRect();"
+                                      " return [Math.round(r.left + r.width / 2),"
+                                      " Math.round(r.top + r.height / 2)]; })()")
+                           .arg(id));
+    const QVariantList point = rect.toList();
+    if (point.size() != 2)
+        return std::nullopt;
+    return QPoint(point.at(0).toInt(), point.at(1).toInt());
+}
+
+void click(MailWebView& view, QPoint at)
+{
+    QWidget* target = view.focusProxy() ? view.focusProxy() : &view;
+    QTest::mouseMove(target, at);
+    QTest::mouseClick(target, Qt::LeftButton, {}, at);
+}
+
+int naturalWidth(MailWebView& view, const QString& id)
+{
+    return evaluate(view, QStringLiteral("document.getElementById('%1').naturalWidth").arg(id))
+        .toInt();
+}
+
+} // namespace
+
+class TestMailWebView : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void hostileContentStaysOffTheNetwork_data();
+    void hostileContentStaysOffTheNetwork();
+    void inlineImagesComeFromTheirOwnMessage();
+    void largeDocumentLoadsThroughOurScheme();
+    void clickedLinksLeaveTheView_data();
+    void clickedLinksLeaveTheView();
+    void verticalWheelScrollsTheEnclosingArea();
+};
+
+void TestMailWebView::hostileContentStaysOffTheNetwork_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<bool>("remoteAllowed");
+    const QStringList files = QDir(Fixtures::path(QStringLiteral("hostile")))
+                                  .entryList({QStringLiteral("*.html")}, QDir::Files, QDir::Name);
+    QVERIFY(!files.isEmpty());
+    for (const QString& file : files) {
+        QTest::addRow("%s blocked", qPrintable(file)) << file << false;
+        QTest::addRow("%s allowed", qPrintable(file)) << file << true;
+    }
+}
+
+void TestMailWebView::hostileContentStaysOffTheNetwork()
+{
+    QFETCH(QString, file);
+    QFETCH(bool, remoteAllowed);
+    LoopbackServer server;
+    QVERIFY(server.isListening());
+    const QString fragment = Fixtures::text(QStringLiteral("hostile/") + file)
+                                 .replace(QStringLiteral("{{ORIGIN}}"), server.origin());
+    const bool hasMarkerImage = fragment.contains(server.origin() + QStringLiteral("/img/"));
+
+    MailWebView view;
+    QStringList links;
+    view.setLinkHandler([&](const QUrl& url) { links << url.toString(); });
+    view.resize(800, 600);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QVERIFY(show(view, EmailHTML::wrap(fragment, remoteAllowed)));
+    const QUrl loadedUrl = view.url();
+
+    // Where the message has something to click (a form's button, a script link), the reader
+    // clicks it.
+    if (const auto button = centreOf(view, QStringLiteral("click-me")))
+        click(view, *button);
+
+    if (remoteAllowed && hasMarkerImage)
+        QTRY_VERIFY_WITH_TIMEOUT(!server.requests.isEmpty(), 10000);
+    // Let anything that was going to leave do so: a refresh, a form post, a late image.
+    QTest::qWait(400);
+
+    if (!remoteAllowed) {
+        QCOMPARE(server.requests, QStringList());
+    } else {
+        // Allowing remote content admits images, style sheets and fonts, nothing else.
+        for (const QString& path : std::as_const(server.requests)) {
+            QVERIFY2(path.startsWith(QLatin1String("/img/")) ||
+                         path.startsWith(QLatin1String("/css/")) ||
+                         path.startsWith(QLatin1String("/font/")),
+                     qPrintable(path));
+        }
+    }
+    QCOMPARE(view.url(), loadedUrl);
+    for (const QString& link : std::as_const(links))
+        QVERIFY2(link.startsWith(server.origin()), qPrintable(link));
+}
+
+void TestMailWebView::inlineImagesComeFromTheirOwnMessage()
+{
+    FakeBlobs firstBlobs;
+    FakeBlobs secondBlobs;
+    MailWebView first;
+    MailWebView second;
+    for (MailWebView* view : {&first, &second}) {
+        view->resize(600, 400);
+        view->show();
+    }
+    // The second message's part must never answer the first message's reference.
+    QVERIFY(show(second,
+                 EmailHTML::wrap(QStringLiteral("<img id=own src=\"cid:theirs@x\">"), false),
+                 {inlinePart(QStringLiteral("<theirs@x>"), QStringLiteral("blob-17"))},
+                 secondBlobs.loader()));
+    QVERIFY(show(first,
+                 EmailHTML::wrap(QStringLiteral("<img id=angled src=\"cid:logo@x\">"
+                                                "<img id=encoded src=\"cid:photo%40x\">"
+                                                "<img id=broken src=\"cid:broken@x\">"
+                                                "<img id=foreign src=\"cid:theirs@x\">"
+                                                "<img id=unknown src=\"cid:nothing@x\">"),
+                                 false),
+                 {inlinePart(QStringLiteral("<logo@x>"), QStringLiteral("blob-40")),
+                  inlinePart(QStringLiteral("photo@x"), QStringLiteral("blob-25")),
+                  inlinePart(QStringLiteral("broken@x"), QStringLiteral("broken"))},
+                 firstBlobs.loader()));
+
+    QTRY_COMPARE(naturalWidth(first, QStringLiteral("angled")), 40);
+    QTRY_COMPARE(naturalWidth(first, QStringLiteral("encoded")), 25);
+    QTRY_COMPARE(naturalWidth(second, QStringLiteral("own")), 17);
+    QTRY_VERIFY(
+        evaluate(first, QStringLiteral("document.getElementById('broken').complete")).toBool());
+    QCOMPARE(naturalWidth(first, QStringLiteral("broken")), 0);
+    QCOMPARE(naturalWidth(first, QStringLiteral("foreign")), 0);
+    QCOMPARE(naturalWidth(first, QStringLiteral("unknown")), 0);
+    QCOMPARE(secondBlobs.asked, QStringList{QStringLiteral("blob-17")});
+    firstBlobs.asked.sort();
+    QCOMPARE(firstBlobs.asked, (QStringList{QStringLiteral("blob-25"), QStringLiteral("blob-40"),
+                                            QStringLiteral("broken")}));
+}
+
+void TestMailWebView::largeDocumentLoadsThroughOurScheme()
+{
+    // Well past what setHtml can take, with an inline image and a marker at the very end.
+    QString fragment = QStringLiteral("<img id=logo src=\"cid:logo@x\">");
+    const QString paragraph = QStringLiteral("<p>%1</p>").arg(QString(1000, QLatin1Char('w')));
+    while (fragment.size() < 3 * 1024 * 1024)
+        fragment += paragraph;
+    fragment += QStringLiteral("<p id=end>end</p>");
+    FakeBlobs blobs;
+    MailWebView view;
+    view.resize(600, 400);
+    view.show();
+    QVERIFY(show(view, EmailHTML::wrap(fragment, false),
+                 {inlinePart(QStringLiteral("logo@x"), QStringLiteral("blob-30"))},
+                 blobs.loader()));
+    QVERIFY(evaluate(view, QStringLiteral("document.getElementById('end') !== null")).toBool());
+    QTRY_COMPARE(naturalWidth(view, QStringLiteral("logo")), 30);
+    QVERIFY(view.contentHeight() > 10000);
+}
+
+void TestMailWebView::clickedLinksLeaveTheView_data()
+{
+    QTest::addColumn<QString>("href");
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("https") << "https://example.com/a?b=c"
+                           << ""
+                           << "https://example.com/a?b=c";
+    QTest::newRow("http, new window") << "http://example.com/"
+                                      << "_blank"
+                                      << "http://example.com/";
+    QTest::newRow("mailto in capitals") << "MAILTO:a@example.com"
+                                        << ""
+                                        << "mailto:a@example.com";
+    QTest::newRow("file") << "file:///etc/passwd"
+                          << ""
+                          << "";
+    QTest::newRow("ftp") << "ftp://example.com/x"
+                         << ""
+                         << "";
+    QTest::newRow("script") << "javascript:document.title='x'"
+                            << ""
+                            << "";
+    QTest::newRow("data, new window") << "data:text/html,<p>x"
+                                      << "_blank"
+                                      << "";
+    QTest::newRow("relative") << "page.html"
+                              << ""
+                              << "";
+}
+
+void TestMailWebView::clickedLinksLeaveTheView()
+{
+    QFETCH(QString, href);
+    QFETCH(QString, target);
+    QFETCH(QString, expected);
+    MailWebView view;
+    QList<QUrl> opened;
+    view.setLinkHandler([&](const QUrl& url) { opened << url; });
+    view.resize(600, 400);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    const QString link =
+        QStringLiteral("<title>Message</title><a id=link href=\"%1\" target=\"%2\" "
+                       "style=\"display: inline-block; width: 300px; height: 40px\">%3</a>")
+            .arg(EmailHTML::htmlEscaped(href), target, QStringLiteral("https://bank.example/"));
+    QVERIFY(show(view, EmailHTML::wrap(link, false)));
+    const QUrl url = view.url();
+    const auto at = centreOf(view, QStringLiteral("link"));
+    QVERIFY(at);
+    click(view, *at);
+
+    if (expected.isEmpty()) {
+        QTest::qWait(300);
+        QCOMPARE(opened, QList<QUrl>());
+    } else {
+        QTRY_COMPARE(opened, QList<QUrl>{QUrl(expected)});
+    }
+    QCOMPARE(view.url(), url);
+    QCOMPARE(view.title(), QStringLiteral("Message"));
+}
+
+void TestMailWebView::verticalWheelScrollsTheEnclosingArea()
+{
+    QScrollArea area;
+    area.resize(600, 400);
+    auto* content = new QWidget;
+    auto* layout = new QVBoxLayout(content);
+    auto* view = new MailWebView;
+    layout->addWidget(view);
+    area.setWidget(content);
+    area.setWidgetResizable(true);
+    area.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&area));
+
+    QString rows;
+    for (int row = 0; row < 200; ++row)
+        rows += QStringLiteral("<p>Line %1</p>").arg(row);
+    QSignalSpy heights(view, &MailWebView::contentHeightChanged);
+    QVERIFY(show(*view, EmailHTML::wrap(rows, false)));
+    QVERIFY(view->contentHeight() > 3000);
+    QCOMPARE(heights.last().first().toInt(), view->contentHeight());
+    view->setMinimumHeight(view->contentHeight());
+    QTRY_VERIFY(area.verticalScrollBar()->maximum() > 0);
+    QVERIFY(view->focusProxy());
+
+    auto wheel = [&](QPoint delta) {
+        const QPointF at(100, 100);
+        QWheelEvent event(at, view->focusProxy()->mapToGlobal(at), QPoint(), delta, Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(view->focusProxy(), &event);
+    };
+    wheel(QPoint(0, -240));
+    QTRY_VERIFY(area.verticalScrollBar()->value() > 0);
+    const int scrolled = area.verticalScrollBar()->value();
+    wheel(QPoint(-240, 0));
+    QTest::qWait(100);
+    QCOMPARE(area.verticalScrollBar()->value(), scrolled);
+}
+
+int main(int argc, char** argv)
+{
+    qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--no-sandbox --disable-gpu");
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    MailWebView::registerSchemes();
+    QApplication application(argc, argv);
+    TestMailWebView test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_mailwebview.moc"
