@@ -22,8 +22,7 @@ public:
     QList<QList<QJsonObject>> threads;
 
     static QJsonObject email(const QString& id, const QString& threadId, const QString& fromName,
-                             const QString& subject, const QDateTime& receivedAt,
-                             bool seen = true)
+                             const QString& subject, const QDateTime& receivedAt, bool seen = true)
     {
         const QString address = fromName.section(u' ', 0, 0).toLower() + "@example.com";
         QJsonObject keywords;
@@ -90,10 +89,15 @@ private:
 
     void install()
     {
-        m_network->respondTo("Mailbox/get", QJsonObject{{"list", QJsonArray{QJsonObject{
-            {"id", "inbox"}, {"name", "Inbox"}, {"role", "inbox"}, {"sortOrder", 1},
-            {"totalEmails", 10}, {"unreadEmails", 1}, {"totalThreads", 10},
-            {"unreadThreads", 1}}}}});
+        m_network->respondTo("Mailbox/get",
+                             QJsonObject{{"list", QJsonArray{QJsonObject{{"id", "inbox"},
+                                                                         {"name", "Inbox"},
+                                                                         {"role", "inbox"},
+                                                                         {"sortOrder", 1},
+                                                                         {"totalEmails", 10},
+                                                                         {"unreadEmails", 1},
+                                                                         {"totalThreads", 10},
+                                                                         {"unreadThreads", 1}}}}});
         m_network->respondTo("Identity/get", QJsonObject{{"list", QJsonArray()}});
         m_network->respondTo("Email/query", [this](const QJsonObject& arguments) {
             const QJsonObject filter = arguments.value("filter").toObject();
@@ -115,7 +119,8 @@ private:
             QJsonArray ids;
             for (const QString& id : std::as_const(m_page))
                 ids.append(find(id)->last().value("id"));
-            return QJsonObject{{"ids", ids}, {"total", int(matching.size())}, {"position", position}};
+            return QJsonObject{
+                {"ids", ids}, {"total", int(matching.size())}, {"position", position}};
         });
         m_network->respondTo("Thread/get", [this](const QJsonObject& arguments) {
             if (arguments.contains("ids")) {
@@ -142,7 +147,8 @@ private:
                 return QJsonObject{{"list", list}};
             if (arguments.value("properties") == QJsonArray{"threadId"}) {
                 for (const QString& id : std::as_const(m_page))
-                    list.append(QJsonObject{{"id", find(id)->last().value("id")}, {"threadId", id}});
+                    list.append(
+                        QJsonObject{{"id", find(id)->last().value("id")}, {"threadId", id}});
                 return QJsonObject{{"list", list}};
             }
             for (const QString& id : std::as_const(m_requested))

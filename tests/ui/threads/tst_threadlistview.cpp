@@ -76,9 +76,9 @@ void TestThreadList::init()
 
 std::unique_ptr<AppState> TestThreadList::connectedState(int pageSize)
 {
-    auto state = makeTestState(network.get(),
-                               home.filePath(QString(QTest::currentTestFunction()) + ".json"),
-                               keychain, FakeNetwork::sessionUrl().toString());
+    auto state =
+        makeTestState(network.get(), home.filePath(QString(QTest::currentTestFunction()) + ".json"),
+                      keychain, FakeNetwork::sessionUrl().toString());
     AppConfig config = state->config();
     config.pageSize = pageSize;
     config.markReadOnOpen = false;
@@ -191,9 +191,8 @@ void TestThreadList::dateHeaders_data()
 {
     QTest::addColumn<bool>("groupByDate");
     QTest::addColumn<QStringList>("rows");
-    QTest::newRow("grouped") << true
-                             << QStringList{"[Today]", "T1", "T2", "[Yesterday]", "T3",
-                                            "[Older]", "T4"};
+    QTest::newRow("grouped") << true << QStringList{"[Today]", "T1",      "T2", "[Yesterday]",
+                                                    "T3",      "[Older]", "T4"};
     QTest::newRow("flat") << false << QStringList{"T1", "T2", "T3", "T4"};
 }
 
@@ -265,6 +264,7 @@ void TestThreadList::emptyStatesAndSearch()
 
     MailSearchField* field = view.searchField();
     QVERIFY(field->toolTip().startsWith("Search operators:\n"));
+    view.list()->setFocus();
     QCOMPARE(field->placeholderText(), QString("Press / to search"));
     field->setFocus();
     QCOMPARE(field->placeholderText(), QString("Search Inbox"));
@@ -301,4 +301,4 @@ void TestThreadList::emptyStatesAndSearch()
 }
 
 QTEST_MAIN(TestThreadList)
-#include "tst_threadlist.moc"
+#include "tst_threadlistview.moc"
