@@ -62,10 +62,14 @@ QWidget* textView(const QString& path, QWidget* parent)
 
 QWidget* pdfView(const QString& path, QWidget* parent)
 {
-    auto* view = new QPdfView(parent);
-    auto* document = new QPdfDocument(view);
-    if (document->load(path) != QPdfDocument::Error::None)
+    // The document outlives the view: a view that is torn down before its document would
+    // still hear from it while the document closes.
+    auto* document = new QPdfDocument(parent);
+    if (document->load(path) != QPdfDocument::Error::None) {
+        delete document;
         return nullptr;
+    }
+    auto* view = new QPdfView(parent);
     view->setDocument(document);
     view->setPageMode(QPdfView::PageMode::MultiPage);
     view->setZoomMode(QPdfView::ZoomMode::FitToWidth);

@@ -6,6 +6,7 @@
 #include "content/EmailAddresses.h"
 #include "content/EmailHTML.h"
 #include "ui/threads/Avatar.h"
+#include "ui/threads/ElidedLabel.h"
 #include "ui/threads/SymbolIcon.h"
 #include "ui/threads/ViewColors.h"
 #include "ui/web/MailWebView.h"
@@ -138,7 +139,7 @@ MessageView::MessageView(AppState* state, const Email& email, QWidget* parent)
 
     auto* firstLine = new QHBoxLayout();
     firstLine->setSpacing(6);
-    m_sender = new QLabel(m_header);
+    m_sender = new ElidedLabel(m_header);
     m_sender->setObjectName(QStringLiteral("senderName"));
     QFont bold = m_sender->font();
     bold.setWeight(QFont::DemiBold);
@@ -157,9 +158,8 @@ MessageView::MessageView(AppState* state, const Email& email, QWidget* parent)
 
     auto* secondLine = new QHBoxLayout();
     secondLine->setSpacing(6);
-    m_recipients = new QLabel(m_header);
+    m_recipients = new ElidedLabel(m_header);
     m_recipients->setObjectName(QStringLiteral("recipients"));
-    m_recipients->setMinimumWidth(40);
     makeSecondary(m_recipients);
     m_detailsToggle = new QToolButton(m_header);
     m_detailsToggle->setObjectName(QStringLiteral("detailsToggle"));
@@ -212,12 +212,11 @@ void MessageView::showHeader()
                                                    ? std::optional(m_email.from->first())
                                                    : std::nullopt;
     m_avatar->setAddress(sender);
-    m_sender->setText(m_email.senderName());
+    m_sender->setFullText(m_email.senderName());
     m_flag->setVisible(m_email.isFlagged());
     m_date->setText(longDate(m_email.receivedAt));
     const QString to = m_email.to ? names(*m_email.to) : QString();
-    m_recipients->setText(to.isEmpty() ? QString() : tr("To: %1").arg(to));
-    m_recipients->setToolTip(m_email.to ? fullAddresses(*m_email.to) : QString());
+    m_recipients->setFullText(to.isEmpty() ? QString() : tr("To: %1").arg(to));
     const QString toggleTitle = m_showsDetails ? tr("Hide Details") : tr("Show Details");
     m_detailsToggle->setText(toggleTitle);
     m_detailsToggle->setAccessibleName(toggleTitle);

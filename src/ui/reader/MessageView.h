@@ -8,6 +8,7 @@
 class AppState;
 class AttachmentChip;
 class AvatarView;
+class ElidedLabel;
 class MailWebView;
 class QLabel;
 class QToolButton;
@@ -78,10 +79,10 @@ private:
 
     MessageHeader* m_header;
     AvatarView* m_avatar;
-    QLabel* m_sender;
+    ElidedLabel* m_sender;
     QLabel* m_flag;
     QLabel* m_date;
-    QLabel* m_recipients;
+    ElidedLabel* m_recipients;
     QToolButton* m_detailsToggle;
 
     QWidget* m_body = nullptr;

@@ -48,8 +48,13 @@ QJsonObject withBody(QJsonObject email, bool remoteImage)
 QJsonObject part(const QString& blobId, const QJsonValue& name, const QString& type,
                  const QJsonValue& cid = QJsonValue())
 {
-    return QJsonObject{{"partId", blobId}, {"blobId", blobId}, {"name", name},
-                       {"type", type},     {"size", 1200},     {"cid", cid}};
+    return QJsonObject{{"partId", blobId},
+                       {"blobId", blobId},
+                       {"name", name},
+                       {"type", type},
+                       {"size", 1200},
+                       {"cid", cid},
+                       {"disposition", cid.isNull() ? "attachment" : "inline"}};
 }
 
 QStringList labelTexts(QWidget* widget)
