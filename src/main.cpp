@@ -1,4 +1,5 @@
 #include "app/state/AppState.h"
+#include "ui/desktop/Icons.h"
 #include "ui/desktop/SingleInstance.h"
 #include "ui/main/MainWindow.h"
 #include "ui/web/MailWebView.h"
@@ -15,6 +16,7 @@ int main(int argc, char** argv)
     QApplication::setApplicationDisplayName(QStringLiteral("Veldrin"));
     QApplication::setOrganizationDomain(QStringLiteral("tolvik.com"));
     QApplication::setDesktopFileName(QStringLiteral("veldrin"));
+    Icons::useFallbackTheme();
 
     // One instance per user: a second launch hands its arguments over and ends.
     SingleInstance instance(QStringLiteral("veldrin"));

@@ -1,6 +1,7 @@
 #include "AppTestEnvironment.h"
 #include "FakeNetwork.h"
 #include "app/state/AppState.h"
+#include "ui/desktop/Icons.h"
 #include "ui/main/ErrorBar.h"
 #include "ui/main/MailboxListModel.h"
 #include "ui/main/MainWindow.h"
@@ -60,6 +61,7 @@ class TestMainWindow : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void initTestCase() { Icons::useFallbackTheme(); }
     void init();
     void noTokenShowsThePrompt();
     void accountTabConnectsAndFillsTheSidebar();

@@ -3,12 +3,31 @@
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 
+#include <QAccessible>
+#include <QAccessibleWidget>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 
+namespace {
+
+// A screen reader meets the bar as an alert, named by its message.
+QAccessibleInterface* alertFactory(const QString& className, QObject* object)
+{
+    if (className == QLatin1String("ErrorBar") && object->isWidgetType())
+        return new QAccessibleWidget(static_cast<QWidget*>(object), QAccessible::AlertMessage);
+    return nullptr;
+}
+
+} // namespace
+
 ErrorBar::ErrorBar(AppState* state, QWidget* parent) : QWidget(parent), m_state(state)
 {
+    static const bool factoryInstalled = [] {
+        QAccessible::installFactory(alertFactory);
+        return true;
+    }();
+    Q_UNUSED(factoryInstalled);
     setObjectName(QStringLiteral("errorBar"));
     setAttribute(Qt::WA_StyledBackground, true);
     setStyleSheet(QStringLiteral("#errorBar { background: palette(alternate-base); "
@@ -16,6 +35,7 @@ ErrorBar::ErrorBar(AppState* state, QWidget* parent) : QWidget(parent), m_state(
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(12, 6, 8, 6);
     auto* icon = new QLabel(this);
+    icon->setAccessibleName(tr("Warning"));
     icon->setPixmap(Icons::icon(QStringLiteral("exclamationmark.triangle.fill")).pixmap(16, 16));
     m_message = new QLabel(this);
     m_message->setObjectName(QStringLiteral("errorMessage"));
@@ -46,6 +66,14 @@ void ErrorBar::dismiss()
 void ErrorBar::refresh()
 {
     const auto& message = m_state->errorMessage();
-    m_message->setText(message.value_or(QString()));
+    const QString text = message.value_or(QString());
+    const bool changed = text != m_message->text();
+    m_message->setText(text);
+    setAccessibleName(text);
     setVisible(message.has_value());
+    // Showing the bar is not enough for every screen reader: say that an alert came up.
+    if (message && changed) {
+        QAccessibleEvent event(this, QAccessible::Alert);
+        QAccessible::updateAccessibility(&event);
+    }
 }

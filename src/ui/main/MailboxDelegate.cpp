@@ -1,10 +1,13 @@
 #include "MailboxDelegate.h"
 
 #include "MailboxListModel.h"
+#include "MailboxListView.h"
 
 #include <QApplication>
+#include <QHelpEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QToolTip>
 
 void MailboxDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                             const QModelIndex& index) const
@@ -73,4 +76,15 @@ bool MailboxDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,
         }
     }
     return QStyledItemDelegate::editorEvent(event, model, option, index);
+}
+
+bool MailboxDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
+                                const QStyleOptionViewItem& option, const QModelIndex& index)
+{
+    if (event->type() == QEvent::ToolTip && MailboxListView::isExpandable(index) &&
+        disclosureRect(option, index).contains(event->pos())) {
+        QToolTip::showText(event->globalPos(), MailboxListView::disclosureLabel(index), view);
+        return true;
+    }
+    return QStyledItemDelegate::helpEvent(event, view, option, index);
 }

@@ -16,6 +16,9 @@ public:
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     bool editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
                      const QModelIndex& index) override;
+    // Over the triangle the tip says what a click does.
+    bool helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
+                   const QModelIndex& index) override;
 
     // Where the disclosure triangle of a row is drawn.
     static QRect disclosureRect(const QStyleOptionViewItem& option, const QModelIndex& index);

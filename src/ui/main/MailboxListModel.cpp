@@ -22,7 +22,8 @@ void MailboxListModel::rebuild()
                                   collapsed, config.mailboxOrder));
     // The badge and the disclosure state read settings that a row comparison does not see.
     if (!m_rows.isEmpty())
-        Q_EMIT dataChanged(index(0), index(int(m_rows.size()) - 1), {BadgeRole, CollapsedRole});
+        Q_EMIT dataChanged(index(0), index(int(m_rows.size()) - 1),
+                           {BadgeRole, CollapsedRole, Qt::AccessibleTextRole});
 }
 
 int MailboxListModel::rowCount(const QModelIndex& parent) const
@@ -38,15 +39,17 @@ QVariant MailboxListModel::data(const QModelIndex& index, int role) const
     const Mailbox& mailbox = node.mailbox;
     switch (role) {
     case Qt::DisplayRole:
-    case Qt::AccessibleTextRole:
         return mailbox.name;
+    case Qt::AccessibleTextRole:
+        return spokenText(mailbox,
+                          m_state && m_state->config().showTotalCount.contains(mailbox.id));
     case Qt::DecorationRole:
         return Icons::icon(iconName(mailbox.role));
     case Qt::ToolTipRole:
-        return QStringLiteral("%1: %2 conversations, %3 unread")
-            .arg(mailbox.name)
-            .arg(mailbox.totalThreads)
-            .arg(mailbox.unreadThreads);
+        // One arg() call: a name such as "A%2" must not be taken for a placeholder.
+        return tr("%1: %2 conversations, %3 unread")
+            .arg(mailbox.name, QString::number(mailbox.totalThreads),
+                 QString::number(mailbox.unreadThreads));
     case IdRole:
         return mailbox.id;
     case BadgeRole:
@@ -81,6 +84,30 @@ int MailboxListModel::rowOf(const QString& id) const
     return -1;
 }
 
+int MailboxListModel::parentRow(int row) const
+{
+    if (row < 0 || row >= m_rows.size())
+        return -1;
+    const int depth = m_rows.at(row).depth;
+    for (int above = row - 1; above >= 0; --above)
+        if (m_rows.at(above).depth < depth)
+            return above;
+    return -1;
+}
+
+QList<int> MailboxListModel::childRows(int row) const
+{
+    QList<int> children;
+    const int depth = row >= 0 && row < m_rows.size() ? m_rows.at(row).depth : -1;
+    for (int below = row + 1; below < m_rows.size(); ++below) {
+        if (m_rows.at(below).depth <= depth)
+            break;
+        if (parentRow(below) == row)
+            children << below;
+    }
+    return children;
+}
+
 QString MailboxListModel::badge(const Mailbox& mailbox, bool showTotal)
 {
     const qint64 unread = mailbox.unreadThreads;
@@ -93,6 +120,18 @@ QString MailboxListModel::badge(const Mailbox& mailbox, bool showTotal)
         return QStringLiteral("%1 / %2").arg(unread).arg(total);
     }
     return unread >= 1 ? QString::number(unread) : QString();
+}
+
+QString MailboxListModel::spokenText(const Mailbox& mailbox, bool showTotal)
+{
+    // What the badge shows, in words, for those who hear the row rather than see it.
+    QStringList parts{mailbox.name};
+    if (mailbox.unreadThreads >= 1)
+        parts << tr("%1 unread").arg(mailbox.unreadThreads);
+    if (showTotal && mailbox.totalThreads >= 1)
+        parts << (mailbox.totalThreads == 1 ? tr("1 conversation")
+                                            : tr("%1 conversations").arg(mailbox.totalThreads));
+    return parts.join(QStringLiteral(", "));
 }
 
 QString MailboxListModel::iconName(const std::optional<QString>& role)

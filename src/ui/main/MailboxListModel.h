@@ -31,9 +31,15 @@ public:
 
     // The row of a mailbox id, or -1.
     int rowOf(const QString& id) const;
+    // The tree within the flat rows: the row of the folder that holds `row` (-1 at the top), and
+    // the rows directly inside `row` (-1 for the top level), in order.
+    int parentRow(int row) const;
+    QList<int> childRows(int row) const;
     // The badge text of a row: unread threads, or "unread / total" where the total is asked for.
     static QString badge(const Mailbox& mailbox, bool showTotal);
-    // The icon theme name for a mailbox role.
+    // The row as a screen reader says it: the name, then what the badge shows ("Inbox, 2 unread").
+    static QString spokenText(const Mailbox& mailbox, bool showTotal);
+    // The icon symbol for a mailbox role.
     static QString iconName(const std::optional<QString>& role);
 
     // Brings the rows to `rows` with inserts, moves, removals and changes.

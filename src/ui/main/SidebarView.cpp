@@ -2,12 +2,12 @@
 
 #include "MailboxDelegate.h"
 #include "MailboxListModel.h"
+#include "MailboxListView.h"
 #include "SyncFooter.h"
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 
 #include <QLabel>
-#include <QListView>
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QToolButton>
@@ -51,12 +51,17 @@ SidebarView::SidebarView(AppState* state, QWidget* parent)
     m_stack->addWidget(empty);
     QObject::connect(open, &QPushButton::clicked, this, &SidebarView::openSettingsRequested);
 
-    m_list = new QListView(m_stack);
-    m_list->setObjectName(QStringLiteral("mailboxList"));
+    m_list = new MailboxListView(m_stack);
     m_list->setModel(m_model);
     auto* delegate = new MailboxDelegate(m_list);
     m_list->setItemDelegate(delegate);
-    QObject::connect(delegate, &MailboxDelegate::toggleCollapsedRequested, state,
+    // A click on the triangle goes the way of the keys, so that it is announced the same.
+    QObject::connect(delegate, &MailboxDelegate::toggleCollapsedRequested, m_list,
+                     [this](const QString& id) {
+                         const QModelIndex index = m_model->index(m_model->rowOf(id));
+                         m_list->setExpanded(index, !MailboxListView::isExpanded(index));
+                     });
+    QObject::connect(m_list, &MailboxListView::toggleCollapsedRequested, state,
                      &AppState::toggleCollapsed);
     m_list->setFrameShape(QFrame::NoFrame);
     m_list->setSelectionMode(QAbstractItemView::SingleSelection);
@@ -79,16 +84,18 @@ SidebarView::SidebarView(AppState* state, QWidget* parent)
     footerLayout->setContentsMargins(8, 4, 4, 4);
     footerLayout->addWidget(new SyncFooter(state, footer), 1);
     m_composeButton = new QToolButton(footer);
+    m_composeButton->setObjectName(QStringLiteral("composeButton"));
     m_composeButton->setIcon(Icons::icon(QStringLiteral("square.and.pencil")));
     m_composeButton->setAutoRaise(true);
-    m_composeButton->setToolTip(tr("New Message"));
     footerLayout->addWidget(m_composeButton);
     layout->addWidget(footer);
 
     QObject::connect(state, &AppState::hasTokenChanged, this, &SidebarView::showState);
     QObject::connect(state, &AppState::selectedMailboxIdChanged, this, &SidebarView::selectCurrent);
     QObject::connect(m_model, &QAbstractItemModel::rowsInserted, this, &SidebarView::selectCurrent);
+    QObject::connect(state, &AppState::configChanged, this, &SidebarView::updateComposeHelp);
     showState();
+    updateComposeHelp();
     selectCurrent();
 }
 
@@ -110,4 +117,14 @@ void SidebarView::selectCurrent()
         else
             m_list->clearSelection();
     }
+}
+
+void SidebarView::updateComposeHelp()
+{
+    // The button shows only an icon: its name is the action's title, its help adds the key.
+    const MailAction compose(MailAction::Compose);
+    const auto binding = m_state->config().binding(compose);
+    m_composeButton->setAccessibleName(compose.title());
+    m_composeButton->setToolTip(
+        binding ? compose.title() + QStringLiteral("   ") + binding->display() : compose.title());
 }

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "MailboxListView.h"
+
 #include <QWidget>
 
 class AppState;
 class MailboxListModel;
-class QListView;
 class QStackedWidget;
 class QToolButton;
 
@@ -15,7 +16,7 @@ class SidebarView : public QWidget
     Q_OBJECT
 public:
     explicit SidebarView(AppState* state, QWidget* parent = nullptr);
-    QListView* list() const { return m_list; }
+    MailboxListView* list() const { return m_list; }
     MailboxListModel* model() const { return m_model; }
 
 Q_SIGNALS:
@@ -24,10 +25,11 @@ Q_SIGNALS:
 private:
     void showState();
     void selectCurrent();
+    void updateComposeHelp();
 
     AppState* m_state;
     MailboxListModel* m_model;
     QStackedWidget* m_stack;
-    QListView* m_list;
+    MailboxListView* m_list;
     QToolButton* m_composeButton;
 };

@@ -1,7 +1,7 @@
 #include "AttachmentChip.h"
 
 #include "app/state/AppState.h"
-#include "ui/threads/SymbolIcon.h"
+#include "ui/desktop/Icons.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>
@@ -84,7 +84,7 @@ AttachmentChip::AttachmentChip(AppState* state, BodyPart part, QWidget* parent)
     : QToolButton(parent), m_state(state), m_part(std::move(part))
 {
     setObjectName(QStringLiteral("attachmentChip"));
-    setIcon(symbolIcon(QStringLiteral("paperclip"), QStringLiteral("mail-attachment")));
+    setIcon(Icons::icon(QStringLiteral("paperclip")));
     setText(AppState::fileName(m_part));
     setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     setToolTip(tr("Click to preview, drag to copy it somewhere"));

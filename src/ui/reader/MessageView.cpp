@@ -5,9 +5,9 @@
 #include "content/DateFormat.h"
 #include "content/EmailAddresses.h"
 #include "content/EmailHTML.h"
+#include "ui/desktop/Icons.h"
 #include "ui/threads/Avatar.h"
 #include "ui/threads/ElidedLabel.h"
-#include "ui/threads/SymbolIcon.h"
 #include "ui/threads/ViewColors.h"
 #include "ui/web/MailWebView.h"
 
@@ -145,8 +145,7 @@ MessageView::MessageView(AppState* state, const Email& email, QWidget* parent)
     bold.setWeight(QFont::DemiBold);
     m_sender->setFont(bold);
     m_flag = new QLabel(m_header);
-    m_flag->setPixmap(
-        symbolIcon(QStringLiteral("flag.fill"), QStringLiteral("flag-red")).pixmap(14, 14));
+    m_flag->setPixmap(Icons::icon(QStringLiteral("flag.fill")).pixmap(14, 14));
     m_flag->setAccessibleName(tr("Flagged"));
     m_date = new QLabel(m_header);
     m_date->setObjectName(QStringLiteral("messageDate"));
@@ -165,8 +164,7 @@ MessageView::MessageView(AppState* state, const Email& email, QWidget* parent)
     m_detailsToggle->setObjectName(QStringLiteral("detailsToggle"));
     m_detailsToggle->setAutoRaise(true);
     m_detailsToggle->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    m_detailsToggle->setIcon(
-        symbolIcon(QStringLiteral("chevron.down"), QStringLiteral("arrow-down")));
+    m_detailsToggle->setIcon(Icons::icon(QStringLiteral("chevron.down")));
     m_detailsToggle->setIconSize(QSize(12, 12));
     m_detailsToggle->setFocusPolicy(Qt::TabFocus);
     secondLine->addWidget(m_recipients, 1);
@@ -280,8 +278,7 @@ void MessageView::buildBody()
     auto* remote = new QHBoxLayout(m_remoteRow);
     remote->setContentsMargins(12, 6, 12, 6);
     auto* photo = new QLabel(m_remoteRow);
-    photo->setPixmap(
-        symbolIcon(QStringLiteral("photo"), QStringLiteral("image-x-generic")).pixmap(16, 16));
+    photo->setPixmap(Icons::icon(QStringLiteral("photo")).pixmap(16, 16));
     auto* hidden = new QLabel(tr("Images in this message are hidden."), m_remoteRow);
     makeSecondary(hidden);
     auto* show = new QPushButton(tr("Show Images"), m_remoteRow);

@@ -2,8 +2,8 @@
 
 #include "MessageView.h"
 #include "app/state/AppState.h"
+#include "ui/desktop/Icons.h"
 #include "ui/threads/EmptyState.h"
-#include "ui/threads/SymbolIcon.h"
 
 #include <QLabel>
 #include <QProgressBar>
@@ -99,13 +99,11 @@ void ThreadDetailView::showState()
     const qsizetype selected = m_state->selectedThreadIds().size();
     const auto thread = m_state->selectedThread();
     if (selected >= 2) {
-        m_empty->show(
-            symbolIcon(QStringLiteral("square.stack"), QStringLiteral("document-multiple")),
-            tr("%1 conversations selected").arg(selected));
+        m_empty->show(Icons::icon(QStringLiteral("square.stack")),
+                      tr("%1 conversations selected").arg(selected));
         m_stack->setCurrentWidget(m_empty);
     } else if (!thread) {
-        m_empty->show(symbolIcon(QStringLiteral("envelope.open"), QStringLiteral("mail-read")),
-                      tr("No conversation selected"));
+        m_empty->show(Icons::icon(QStringLiteral("envelope.open")), tr("No conversation selected"));
         m_stack->setCurrentWidget(m_empty);
     } else if (m_state->isLoadingThread() && m_state->openEmails().isEmpty()) {
         m_stack->setCurrentWidget(m_loading);

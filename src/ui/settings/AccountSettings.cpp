@@ -49,11 +49,9 @@ AccountSettings::AccountSettings(AppState* state, QWidget* parent) : QWidget(par
     m_sessionUrl->setObjectName(QStringLiteral("sessionUrlField"));
     m_sessionUrl->setAccessibleName(tr("JMAP session URL"));
     form->addRow(tr("JMAP session URL"), m_sessionUrl);
-    QObject::connect(m_sessionUrl, &QLineEdit::textEdited, this, [this](const QString& text) {
-        AppConfig config = m_state->config();
-        config.sessionUrl = text;
-        m_state->setConfig(config);
-    });
+    // Every change counts, typed or not: pasted, undone, or set by dictation or a braille
+    // display through the accessibility interface.
+    QObject::connect(m_sessionUrl, &QLineEdit::textChanged, this, &AccountSettings::takeSessionUrl);
 
     auto* statusRow = new QWidget(this);
     auto* statusLayout = new QHBoxLayout(statusRow);
@@ -62,7 +60,9 @@ AccountSettings::AccountSettings(AppState* state, QWidget* parent) : QWidget(par
     m_progress->setRange(0, 0);
     m_progress->setTextVisible(false);
     m_progress->setMaximumWidth(120);
+    m_progress->setAccessibleName(tr("Connecting"));
     m_statusIcon = new QLabel(statusRow);
+    m_statusIcon->setObjectName(QStringLiteral("connectionStatusIcon"));
     m_status = new QLabel(statusRow);
     m_status->setObjectName(QStringLiteral("connectionStatus"));
     m_status->setWordWrap(true);
@@ -77,6 +77,9 @@ AccountSettings::AccountSettings(AppState* state, QWidget* parent) : QWidget(par
     m_remove = new QPushButton(tr("Remove Token"), this);
     m_remove->setObjectName(QStringLiteral("removeTokenButton"));
     m_remove->setStyleSheet(QStringLiteral("color: #c62828;"));
+    // Return never removes the token, not even with the focus on this button.
+    m_remove->setAutoDefault(false);
+    m_remove->setDefault(false);
     m_save = new QPushButton(tr("Save && Connect"), this);
     m_save->setObjectName(QStringLiteral("saveConnectButton"));
     m_save->setDefault(true);
@@ -86,10 +89,9 @@ AccountSettings::AccountSettings(AppState* state, QWidget* parent) : QWidget(par
     buttons->addWidget(m_save);
     form->addRow(buttons);
 
+    // Return in a field reaches the window's default button, this one; the fields do not
+    // answer it themselves, or one press would connect twice.
     QObject::connect(m_save, &QPushButton::clicked, this, &AccountSettings::saveAndConnect);
-    QObject::connect(m_token, &QLineEdit::returnPressed, this, &AccountSettings::saveAndConnect);
-    QObject::connect(m_sessionUrl, &QLineEdit::returnPressed, this,
-                     &AccountSettings::saveAndConnect);
     QObject::connect(m_remove, &QPushButton::clicked, this, &AccountSettings::removeToken);
 
     for (auto signal : {&AppState::hasTokenChanged, &AppState::isConnectedChanged,
@@ -113,6 +115,7 @@ void AccountSettings::saveAndConnect()
     }
     // The secret leaves the field at once.
     m_token->clear();
+    takeSessionUrl(m_sessionUrl->text());
     m_state->saveConfig();
     runConnect();
 }
@@ -123,12 +126,28 @@ void AccountSettings::removeToken()
     runConnect();
 }
 
+void AccountSettings::focusTokenField()
+{
+    m_token->setFocus(Qt::OtherFocusReason);
+}
+
+void AccountSettings::takeSessionUrl(const QString& text)
+{
+    if (m_state->config().sessionUrl == text)
+        return;
+    AppConfig config = m_state->config();
+    config.sessionUrl = text;
+    m_state->setConfig(config);
+}
+
 void AccountSettings::runConnect()
 {
-    ++m_connecting;
+    // A yes or no, not a count: the first connection to end clears it, even while a second
+    // press still has one running.
+    m_connecting = true;
     refresh();
     connectAndReport(m_state, this, [this] {
-        --m_connecting;
+        m_connecting = false;
         refresh();
     });
 }
@@ -158,6 +177,7 @@ void AccountSettings::refresh()
     m_statusIcon->setVisible(!icon.isEmpty());
     if (!icon.isEmpty())
         m_statusIcon->setPixmap(Icons::icon(icon).pixmap(16, 16));
+    m_statusIcon->setAccessibleName(m_state->isConnected() ? tr("Connected") : tr("Error"));
     m_status->setVisible(!isConnecting());
     m_status->setText(text);
     m_status->setStyleSheet(color.isEmpty() ? QString() : QStringLiteral("color: %1;").arg(color));

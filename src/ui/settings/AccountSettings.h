@@ -15,16 +15,19 @@ class AccountSettings : public QWidget
 public:
     explicit AccountSettings(AppState* state, QWidget* parent = nullptr);
 
-    bool isConnecting() const { return m_connecting > 0; }
+    bool isConnecting() const { return m_connecting; }
     QPushButton* saveButton() const { return m_save; }
 
     // The two buttons of the tab.
     void saveAndConnect();
     void removeToken();
+    // Where a user without a token starts.
+    void focusTokenField();
 
 private:
     void refresh();
     void runConnect();
+    void takeSessionUrl(const QString& text);
 
     AppState* m_state;
     QLineEdit* m_token;
@@ -34,5 +37,5 @@ private:
     QLabel* m_status;
     QPushButton* m_remove;
     QPushButton* m_save;
-    int m_connecting = 0;
+    bool m_connecting = false;
 };

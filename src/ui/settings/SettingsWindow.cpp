@@ -22,7 +22,9 @@ SettingsWindow::SettingsWindow(AppState* state, QWidget* parent) : QDialog(paren
 void SettingsWindow::showEvent(QShowEvent* event)
 {
     // Without a token the user lands where the token goes.
-    if (!m_state->hasToken())
+    if (!m_state->hasToken()) {
         m_tabs->setCurrentWidget(m_account);
+        m_account->focusTokenField();
+    }
     QDialog::showEvent(event);
 }

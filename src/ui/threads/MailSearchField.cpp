@@ -1,8 +1,8 @@
 #include "MailSearchField.h"
 
-#include "SymbolIcon.h"
 #include "app/state/AppState.h"
 #include "mail/SearchQuery.h"
+#include "ui/desktop/Icons.h"
 
 #include <QAction>
 
@@ -12,11 +12,9 @@ MailSearchField::MailSearchField(AppState* state, QWidget* parent)
     setObjectName(QStringLiteral("searchField"));
     setAccessibleName(tr("Search"));
     setToolTip(tr("Search operators:") + QLatin1Char('\n') + SearchQuery::help);
-    addAction(symbolIcon(QStringLiteral("magnifyingglass"), QStringLiteral("edit-find")),
-              QLineEdit::LeadingPosition);
+    addAction(Icons::icon(QStringLiteral("magnifyingglass")), QLineEdit::LeadingPosition);
     m_clear =
-        new QAction(symbolIcon(QStringLiteral("xmark.circle.fill"), QStringLiteral("edit-clear")),
-                    tr("Clear Search"), this);
+        new QAction(Icons::icon(QStringLiteral("xmark.circle.fill")), tr("Clear Search"), this);
     m_clear->setToolTip(tr("Clear Search"));
     addAction(m_clear, QLineEdit::TrailingPosition);
 

@@ -1,9 +1,9 @@
 #include "ThreadDelegate.h"
 
 #include "Avatar.h"
-#include "SymbolIcon.h"
 #include "ThreadListModel.h"
 #include "ViewColors.h"
+#include "ui/desktop/Icons.h"
 
 #include <QApplication>
 #include <QPainter>
@@ -142,9 +142,9 @@ void ThreadDelegate::paintThread(QPainter* painter, const QStyleOptionViewItem& 
         right -= iconSize + 4;
     };
     if (index.data(ThreadListModel::AttachmentRole).toBool())
-        drawIcon(symbolIcon(QStringLiteral("paperclip"), QStringLiteral("mail-attachment")));
+        drawIcon(Icons::icon(QStringLiteral("paperclip")));
     if (index.data(ThreadListModel::FlaggedRole).toBool())
-        drawIcon(symbolIcon(QStringLiteral("flag.fill"), QStringLiteral("flag-red")));
+        drawIcon(Icons::icon(QStringLiteral("flag.fill")));
     const qint64 count = index.data(ThreadListModel::MessageCountRole).toLongLong();
     if (count > 1) {
         const QString number = QString::number(count);

@@ -2,10 +2,10 @@
 
 #include "EmptyState.h"
 #include "MailSearchField.h"
-#include "SymbolIcon.h"
 #include "ThreadDelegate.h"
 #include "ThreadListModel.h"
 #include "app/state/AppState.h"
+#include "ui/desktop/Icons.h"
 
 #include <QListView>
 #include <QStackedWidget>
@@ -82,12 +82,9 @@ void ThreadListView::showState()
         m_state->threads().isEmpty() && !m_state->isLoadingList() && m_state->isConnected();
     if (empty) {
         if (m_state->searchText().isEmpty())
-            m_empty->show(symbolIcon(QStringLiteral("tray"), QStringLiteral("mail-folder-inbox")),
-                          tr("No conversations"));
+            m_empty->show(Icons::icon(QStringLiteral("tray")), tr("No conversations"));
         else
-            m_empty->show(
-                symbolIcon(QStringLiteral("magnifyingglass"), QStringLiteral("edit-find")),
-                tr("No matches"));
+            m_empty->show(Icons::icon(QStringLiteral("magnifyingglass")), tr("No matches"));
     }
     m_stack->setCurrentWidget(empty ? static_cast<QWidget*>(m_empty) : m_list);
 }
