@@ -147,11 +147,18 @@ void ThreadDelegate::paintThread(QPainter* painter, const QStyleOptionViewItem& 
         drawIcon(Icons::icon(QStringLiteral("flag.fill")));
     const qint64 count = index.data(ThreadListModel::MessageCountRole).toLongLong();
     if (count > 1) {
+        // The count stands in a quiet pill, so that it does not read as part of the date.
         const QString number = QString::number(count);
-        const int width = metrics.horizontalAdvance(number);
+        const int width = metrics.horizontalAdvance(number) + 10;
+        const QRect pill(right - width + 1, line.top() + 1, width, lineHeight - 2);
+        QColor fill = secondary;
+        fill.setAlphaF(0.18f);
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(fill);
+        painter->drawRoundedRect(pill, pill.height() / 2.0, pill.height() / 2.0);
         painter->setPen(secondary);
-        painter->drawText(QRect(right - width + 1, line.top(), width, lineHeight),
-                          Qt::AlignRight | Qt::AlignVCenter, number);
+        painter->drawText(pill, Qt::AlignCenter, number);
         right -= width + 6;
     }
     const QFont participantsFont = unread ? weighted(option.font, QFont::DemiBold) : option.font;
