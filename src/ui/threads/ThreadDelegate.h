@@ -12,6 +12,7 @@ public:
     explicit ThreadDelegate(QObject* parent = nullptr);
 
     void setShowAvatars(bool show) { m_showAvatars = show; }
+    bool showsAvatars() const { return m_showAvatars; }
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override;

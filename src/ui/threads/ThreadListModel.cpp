@@ -4,7 +4,9 @@
 #include "content/DateFormat.h"
 
 #include <QLocale>
+#include <QMimeData>
 #include <QTimeZone>
+#include <algorithm>
 
 ThreadListModel::ThreadListModel(AppState* state, QObject* parent)
     : QAbstractListModel(parent), m_state(state),
@@ -140,7 +142,8 @@ Qt::ItemFlags ThreadListModel::flags(const QModelIndex& index) const
     const Item& item = m_items.at(index.row());
     switch (item.kind) {
     case Kind::Thread:
-        return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemNeverHasChildren;
+        return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsDragEnabled |
+               Qt::ItemNeverHasChildren;
     case Kind::Header:
         return Qt::ItemIsEnabled | Qt::ItemNeverHasChildren;
     case Kind::LoadMore:
@@ -237,4 +240,26 @@ QHash<int, QByteArray> ThreadListModel::roleNames() const
     names.insert(SenderNameRole, "senderName");
     names.insert(SenderEmailRole, "senderEmail");
     return names;
+}
+
+QStringList ThreadListModel::mimeTypes() const
+{
+    return {QStringLiteral("text/plain")};
+}
+
+QMimeData* ThreadListModel::mimeData(const QModelIndexList& indexes) const
+{
+    QList<int> rows;
+    for (const QModelIndex& index : indexes)
+        if (threadAt(index.row()) && !rows.contains(index.row()))
+            rows << index.row();
+    if (rows.isEmpty())
+        return nullptr;
+    std::sort(rows.begin(), rows.end());
+    QStringList ids;
+    for (int row : std::as_const(rows))
+        ids << m_items.at(row).id;
+    auto* data = new QMimeData;
+    data->setText(ids.join(u'\n'));
+    return data;
 }

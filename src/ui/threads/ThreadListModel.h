@@ -48,6 +48,10 @@ public:
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
     QHash<int, QByteArray> roleNames() const override;
+    // A drag of rows carries their thread ids as text, one a line, in list order; the list
+    // drags the selection, so a selected row takes the others with it.
+    QStringList mimeTypes() const override;
+    QMimeData* mimeData(const QModelIndexList& indexes) const override;
 
     // The row of a thread id, or -1.
     int rowOf(const QString& threadId) const;

@@ -61,10 +61,12 @@ ThreadListView::ThreadListView(AppState* state, QWidget* parent)
                         &AppState::isConnectedChanged, &AppState::searchTextChanged})
         QObject::connect(state, signal, this, &ThreadListView::showState);
     QObject::connect(state, &AppState::configChanged, this, [this] {
-        m_delegate->setShowAvatars(m_state->config().showAvatars);
+        const bool avatars = m_state->config().showAvatars;
+        if (avatars == m_delegate->showsAvatars())
+            return;
+        m_delegate->setShowAvatars(avatars);
         // Row heights depend on the avatar.
-        m_list->reset();
-        selectionFromState();
+        m_list->doItemsLayout();
     });
     m_delegate->setShowAvatars(state->config().showAvatars);
     showState();

@@ -12,6 +12,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QListView>
+#include <QMimeData>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -127,6 +128,10 @@ void TestThreadList::refreshesChangeRowsInPlace()
     // The state's selection reaches the list the other way round too.
     state->setSelectedThreadIds({"T1", "T2"});
     QCOMPARE(view.list()->selectionModel()->selectedIndexes().size(), 2);
+    // Dragging the selection carries its ids in list order, one a line.
+    std::unique_ptr<QMimeData> drag(
+        view.model()->mimeData(view.list()->selectionModel()->selectedIndexes()));
+    QCOMPARE(drag->text(), QString("T1\nT2"));
     state->setSelectedThreadIds({"T3"});
     QCOMPARE(view.list()->selectionModel()->selectedIndexes().size(), 1);
     QPersistentModelIndex selected = view.model()->index(2, 0);
