@@ -1,5 +1,6 @@
 #include "AppState.h"
 
+#include "RefreshLoop.h"
 #include "app/demo/DemoData.h"
 #include "config/Keychain.h"
 
@@ -29,7 +30,12 @@ AppState::AppState(AppEnvironment environment, QObject* parent)
     }
 }
 
-AppState::~AppState() = default;
+AppState::~AppState()
+{
+    // While the members they read are still there.
+    stopListening();
+    delete m_refreshLoop;
+}
 
 void AppState::setConfig(const AppConfig& config)
 {
@@ -176,6 +182,8 @@ void AppState::start(std::function<void(QUuid)> openCompose)
         loadDemoData();
         return;
     }
+    // Started before connect: it sleeps first, and does nothing while there is no service.
+    startRefreshLoop();
     runConnect(this);
 }
 

@@ -247,6 +247,8 @@ private:
     // Replaces the push listener with one on this connection's stream.
     void listenForChanges(std::shared_ptr<MailService> service);
     void stopListening();
+    // The timed loop: started once by start(), never in demo mode.
+    void startRefreshLoop();
     // One turn of the timed loop: refreshes unless the push stream is live.
     QCoro::Task<> refreshTurn();
 

@@ -25,6 +25,7 @@ void AppState::tearDownConnection()
     m_contacts->setService(nullptr);
     setAccess(false, false);
     m_addressBook = AddressBook();
+    stopListening();
     m_threadCache.removeAll();
 }
 
@@ -149,4 +150,8 @@ QCoro::Task<> AppState::connect()
         learnRecipients(self, service, sent->id);
 
     co_await fetchThreads(0, m_config.pageSize);
+    // A connect that started meanwhile owns the listener now.
+    if (!self || m_service != service)
+        co_return;
+    listenForChanges(service);
 }

@@ -1,5 +1,8 @@
 #include "AppState.h"
 
+#include "PushListener.h"
+#include "RefreshLoop.h"
+
 QCoro::Task<> AppState::refresh()
 {
     if (!m_service)
@@ -39,4 +42,60 @@ QCoro::Task<> AppState::reloadMailboxes()
         if (self)
             report(std::current_exception());
     }
+}
+
+void AppState::setIsPushLive(bool live)
+{
+    m_isPushLive = live;
+}
+
+QCoro::Task<> AppState::refreshIfAlive(QPointer<AppState> self)
+{
+    if (self)
+        co_await self->refresh();
+}
+
+QCoro::Task<> AppState::refreshTurn()
+{
+    // With a live stream the listener refreshes; the timer only ticks idle.
+    if (!m_isPushLive)
+        co_await refresh();
+}
+
+void AppState::startRefreshLoop()
+{
+    QPointer<AppState> self(this);
+    m_refreshLoop = new RefreshLoop(
+        [self]() -> std::chrono::milliseconds {
+            // With the state gone the loop finds nothing to refresh anyway.
+            if (!self)
+                return std::chrono::minutes(1);
+            return std::max<std::chrono::milliseconds>(
+                std::chrono::seconds(self->m_config.refreshIntervalSeconds),
+                self->m_environment.timing.minimumRefreshInterval);
+        },
+        [self]() -> QCoro::Task<> { return self ? self->refreshTurn() : refreshIfAlive(self); },
+        this);
+    m_refreshLoop->start();
+}
+
+void AppState::listenForChanges(std::shared_ptr<MailService> service)
+{
+    stopListening();
+    QPointer<AppState> self(this);
+    m_pushListener = new PushListener(
+        std::move(service), [self] { return refreshIfAlive(self); },
+        m_environment.timing.pushFirstDelay, m_environment.timing.pushMaximumDelay, this);
+    QObject::connect(m_pushListener, &PushListener::liveChanged, this, &AppState::setIsPushLive);
+    m_pushListener->start();
+}
+
+void AppState::stopListening()
+{
+    // The old connection's listener ends before anything of a new one starts.
+    if (m_pushListener) {
+        m_pushListener->stop();
+        delete std::exchange(m_pushListener, nullptr);
+    }
+    setIsPushLive(false);
 }

@@ -16,8 +16,8 @@ namespace {
 class DetachedLinkPage : public QWebEnginePage
 {
 public:
-    DetachedLinkPage(QWebEngineProfile* profile, const MailWebPage* origin)
-        : QWebEnginePage(profile, const_cast<MailWebPage*>(origin)), origin(origin)
+    DetachedLinkPage(QWebEngineProfile* profile, MailWebPage* origin)
+        : QWebEnginePage(profile, origin), origin(origin)
     {
         MailWebProfile::applyPolicy(settings());
     }

@@ -211,12 +211,8 @@ QString MailWebProfile::newToken()
 
 void MailWebProfile::addDocument(const std::shared_ptr<MailDocument>& document)
 {
+    documents.removeIf([](const auto& entry) { return entry.value().expired(); });
     documents.insert(document->token, document);
-}
-
-void MailWebProfile::removeDocument(const QString& token)
-{
-    documents.remove(token);
 }
 
 std::shared_ptr<MailDocument> MailWebProfile::document(const QString& token) const

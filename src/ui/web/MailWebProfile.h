@@ -36,7 +36,6 @@ public:
 
     // The profile keeps only weak references: a document is served while its view holds it.
     void addDocument(const std::shared_ptr<MailDocument>& document);
-    void removeDocument(const QString& token);
     std::shared_ptr<MailDocument> document(const QString& token) const;
     // The document a request belongs to, from its initiator or first-party URL.
     std::shared_ptr<MailDocument> documentOf(const QUrl& origin) const;

@@ -3,6 +3,7 @@
 #include "HeightBridge.h"
 #include "MailWebPage.h"
 #include "MailWebProfile.h"
+#include "content/EmailHTML.h"
 
 #include <QAbstractScrollArea>
 #include <QAction>
@@ -23,18 +24,43 @@
 namespace {
 
 // Runs in the application world, which works while the document's own scripts are off. It
-// reports the height of the whole document whenever layout changes it: as images arrive, as
-// the width changes.
+// reports the height of the message whenever layout changes it: as images arrive, as the width
+// changes. It measures the message's root element down to the end of the page's own spacing
+// rather than the document element, since many messages pin html and body to the window's
+// height and would otherwise be cut off at it.
 const char heightScript[] = R"(
 (function () {
     if (typeof qt === 'undefined' || !qt.webChannelTransport) { return; }
     new QWebChannel(qt.webChannelTransport, function (channel) {
         var bridge = channel.objects.veldrinHeight;
-        var root = document.documentElement;
-        var post = function () {
-            bridge.report(Math.ceil(root.getBoundingClientRect().height));
+        var html = document.documentElement;
+        var root = document.getElementById('%1');
+        var below = function (element) {
+            var style = getComputedStyle(element);
+            return (parseFloat(style.paddingBottom) || 0) + (parseFloat(style.borderBottomWidth) || 0);
         };
-        new ResizeObserver(post).observe(root);
+        var measure = function () {
+            if (!root || !document.body) { return html.getBoundingClientRect().height; }
+            var bodyStyle = getComputedStyle(document.body);
+            return root.getBoundingClientRect().bottom + window.scrollY + below(document.body)
+                + (parseFloat(bodyStyle.marginBottom) || 0) + below(html);
+        };
+        // A page sized in viewport units grows with the view, and the view follows the page:
+        // after a few reports in a row in which the page grew along with the view, it stops
+        // growing instead of taking the reader with it forever.
+        var lastViewport = window.innerHeight, lastHeight = 0, coupled = 0;
+        var post = function () {
+            var height = Math.ceil(measure());
+            var viewportGrowth = window.innerHeight - lastViewport;
+            coupled = (viewportGrowth > 0 && height - lastHeight >= viewportGrowth) ? coupled + 1 : 0;
+            lastViewport = window.innerHeight;
+            if (coupled > 3 && height > lastHeight) { return; }
+            lastHeight = height;
+            bridge.report(height);
+        };
+        var observer = new ResizeObserver(post);
+        observer.observe(html);
+        if (root) { observer.observe(root); }
         post();
     });
 })();
@@ -71,15 +97,9 @@ MailWebView::MailWebView(QWidget* parent) : QWebEngineView(parent)
     });
 }
 
-MailWebView::~MailWebView()
-{
-    if (current)
-        MailWebProfile::instance()->removeDocument(current->token);
-}
-
 void MailWebView::installHeightScript()
 {
-    heightBridge = new HeightBridge(this);
+    auto* heightBridge = new HeightBridge(this);
     connect(heightBridge, &HeightBridge::reported, this, &MailWebView::setContentHeight);
     auto* channel = new QWebChannel(this);
     channel->registerObject(QStringLiteral("veldrinHeight"), heightBridge);
@@ -87,7 +107,8 @@ void MailWebView::installHeightScript()
 
     QWebEngineScript script;
     script.setName(QStringLiteral("veldrin-height"));
-    script.setSourceCode(webChannelLibrary() + QLatin1String(heightScript));
+    script.setSourceCode(webChannelLibrary() +
+                         QString::fromLatin1(heightScript).arg(QLatin1String(EmailHTML::rootId)));
     script.setInjectionPoint(QWebEngineScript::DocumentReady);
     script.setWorldId(QWebEngineScript::ApplicationWorld);
     script.setRunsOnSubFrames(false);
@@ -102,10 +123,6 @@ void MailWebView::setDocument(const QString& html, const QList<BodyPart>& inline
         current->loader = std::move(loader);
         return;
     }
-    auto* profile = MailWebProfile::instance();
-    if (current)
-        profile->removeDocument(current->token);
-
     auto document = std::make_shared<MailDocument>();
     document->token = MailWebProfile::newToken();
     document->inlineParts = inlineParts;
@@ -117,7 +134,8 @@ void MailWebView::setDocument(const QString& html, const QList<BodyPart>& inline
         document->html = bytes;
     current = document;
     loadedHtml = html;
-    profile->addDocument(document);
+    // The previous document goes with the last reference to it: its late requests find nothing.
+    MailWebProfile::instance()->addDocument(document);
 
     if (document->html.isEmpty()) {
         // Based at the document's own origin, so its cid: requests say which view asked; a
@@ -173,7 +191,7 @@ QAbstractScrollArea* MailWebView::enclosingScrollArea() const
 
 bool MailWebView::eventFilter(QObject* watched, QEvent* event)
 {
-    if (event->type() != QEvent::Wheel || watched == this)
+    if (event->type() != QEvent::Wheel || watched != focusProxy())
         return QWebEngineView::eventFilter(watched, event);
     auto* wheel = static_cast<QWheelEvent*>(event);
     QPoint delta = wheel->angleDelta();

@@ -8,7 +8,6 @@
 #include <functional>
 #include <memory>
 
-class HeightBridge;
 class MailWebPage;
 class QAbstractScrollArea;
 
@@ -24,7 +23,6 @@ public:
     using PartLoader = InlinePartLoader;
 
     explicit MailWebView(QWidget* parent = nullptr);
-    ~MailWebView() override;
 
     // Registers the cid: scheme and our own scheme for large documents. Call before the
     // QApplication exists (main.cpp and test main functions).
@@ -58,7 +56,6 @@ private:
     void setContentHeight(int height);
 
     MailWebPage* mailPage = nullptr;
-    HeightBridge* heightBridge = nullptr;
     std::shared_ptr<MailDocument> current;
     QString loadedHtml;
     int measuredHeight = 0;
