@@ -11,6 +11,27 @@
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
+namespace {
+
+// A click on a date header or on "Load more" leaves the selection alone: those rows are not
+// threads, and losing the open thread to a click on a header would surprise.
+class ThreadRowsView : public QListView
+{
+public:
+    using QListView::QListView;
+
+protected:
+    QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index,
+                                                         const QEvent* event) const override
+    {
+        if (index.isValid() && !(index.flags() & Qt::ItemIsSelectable))
+            return QItemSelectionModel::NoUpdate;
+        return QListView::selectionCommand(index, event);
+    }
+};
+
+} // namespace
+
 ThreadListView::ThreadListView(AppState* state, QWidget* parent)
     : QWidget(parent), m_state(state), m_model(new ThreadListModel(state, this))
 {
@@ -28,7 +49,7 @@ ThreadListView::ThreadListView(AppState* state, QWidget* parent)
     m_stack = new QStackedWidget(this);
     layout->addWidget(m_stack, 1);
 
-    m_list = new QListView(m_stack);
+    m_list = new ThreadRowsView(m_stack);
     m_list->setObjectName(QStringLiteral("threadListView"));
     m_list->setAccessibleName(tr("Conversations"));
     m_list->setModel(m_model);

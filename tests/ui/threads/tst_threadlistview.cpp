@@ -184,11 +184,15 @@ void TestThreadList::loadMorePagesUntilAllAreIn()
     QTRY_COMPARE(view.model()->rowCount(), 11);
     QCOMPARE(view.model()->index(10, 0).data().toString(), QString("Load more (2 left)"));
     QVERIFY(state->selectedThreadIds().isEmpty());
+    // Pressing the row keeps what is selected.
+    clickRow(view.list(), 1);
+    QCOMPARE(state->selectedThreadIds(), QSet<QString>{"T2"});
 
     view.list()->setFocus();
     view.list()->setCurrentIndex(view.model()->index(10, 0));
     QTest::keyClick(view.list(), Qt::Key_Return);
     QTRY_COMPARE(view.model()->rowCount(), 12);
+    QCOMPARE(state->selectedThreadIds(), QSet<QString>{"T2"});
     QCOMPARE(rowTexts(*view.model()).last(), QString("T12"));
 }
 
