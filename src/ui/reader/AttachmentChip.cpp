@@ -85,10 +85,11 @@ AttachmentChip::AttachmentChip(AppState* state, BodyPart part, QWidget* parent)
 {
     setObjectName(QStringLiteral("attachmentChip"));
     setIcon(Icons::icon(QStringLiteral("paperclip")));
-    setText(AppState::fileName(m_part));
+    // An "&" in a file name is a character, not a keyboard mnemonic.
+    setText(AppState::fileName(m_part).replace(u'&', QStringLiteral("&&")));
     setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     setToolTip(tr("Click to preview, drag to copy it somewhere"));
-    setAccessibleName(text());
+    setAccessibleName(AppState::fileName(m_part));
     setCursor(Qt::PointingHandCursor);
     QObject::connect(this, &QToolButton::clicked, this, [this] {
         if (m_state)

@@ -333,6 +333,7 @@ void MessageView::showDetails()
         makeSecondary(name);
         name->setAlignment(Qt::AlignRight | Qt::AlignTop);
         auto* text = new QLabel(value, m_details);
+        text->setTextFormat(Qt::PlainText);
         text->setWordWrap(true);
         text->setTextInteractionFlags(Qt::TextSelectableByMouse);
         name->setBuddy(text);

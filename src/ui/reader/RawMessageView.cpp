@@ -20,6 +20,7 @@ RawMessageView::RawMessageView(AppState* state, QWidget* parent) : QDialog(paren
     resize(760, 560);
     auto* layout = new QVBoxLayout(this);
     m_subject = new QLabel(this);
+    m_subject->setTextFormat(Qt::PlainText);
     m_subject->setObjectName(QStringLiteral("rawSubject"));
     m_subject->setWordWrap(true);
     QFont heading = m_subject->font();

@@ -53,6 +53,7 @@ ThreadDetailView::ThreadDetailView(AppState* state, QWidget* parent)
     m_messages->setContentsMargins(contentMargin, contentMargin, contentMargin, contentMargin);
     m_messages->setSpacing(10);
     m_subject = new QLabel(m_content);
+    m_subject->setTextFormat(Qt::PlainText);
     m_subject->setObjectName(QStringLiteral("threadSubject"));
     m_subject->setWordWrap(true);
     m_subject->setTextInteractionFlags(Qt::TextSelectableByMouse);

@@ -2,6 +2,8 @@
 
 ElidedLabel::ElidedLabel(QWidget* parent) : QLabel(parent)
 {
+    // Names and subjects come from mail: never read them as markup.
+    setTextFormat(Qt::PlainText);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
 }
 
@@ -29,5 +31,7 @@ void ElidedLabel::elide()
     const QString shown = fontMetrics().elidedText(m_text, Qt::ElideRight, width());
     if (shown != text())
         setText(shown);
-    setToolTip(shown == m_text ? QString() : m_text);
+    // A tool tip that looks like markup is shown as markup, so the full text goes in escaped.
+    setToolTip(shown == m_text ? QString()
+                               : QStringLiteral("<p>%1</p>").arg(m_text.toHtmlEscaped()));
 }
