@@ -272,7 +272,6 @@ private:
     QList<Email> show(const QList<Email>& emails, bool opening);
 
     // Received attachments.
-    QCoro::Task<QByteArray> partBytes(BodyPart part);
     static QCoro::Task<> runQuickLook(QPointer<AppState> self, BodyPart part);
     static QCoro::Task<> runOpenAttachment(QPointer<AppState> self, BodyPart part);
     static QCoro::Task<> runSaveAttachment(QPointer<AppState> self, BodyPart part);
