@@ -234,6 +234,7 @@ void AppState::loadDemoData()
     m_contacts->setItems(DemoData::contacts());
     setAccountName(DemoData::accountName());
     setSelectedMailboxId(QStringLiteral("inbox"));
+    showDemoThreads();
     setHasToken(true);
     setIsConnected(true);
     setAccess(true, true);

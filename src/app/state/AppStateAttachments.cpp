@@ -1,5 +1,7 @@
 #include "AppState.h"
 
+#include "app/demo/DemoData.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -68,6 +70,10 @@ QString AppState::fileName(const BodyPart& part)
 
 QCoro::Task<QByteArray> AppState::partData(BodyPart part)
 {
+    // Demo mail carries its own bytes and needs no network.
+    if (!m_service && m_environment.demo && part.blobId)
+        if (auto bytes = DemoData::blob(*part.blobId))
+            co_return *bytes;
     if (!m_service || !part.blobId)
         throw JMAPError::malformed(QStringLiteral("attachment without content"));
     const std::shared_ptr<MailService> service = m_service;
@@ -162,8 +168,12 @@ QCoro::Task<> AppState::runSaveAttachment(QPointer<AppState> self, BodyPart part
 
 void AppState::showRawMessage(const Email& email)
 {
-    if (!m_service || !email.blobId)
+    if (!m_service || !email.blobId) {
+        if (m_environment.demo)
+            setRawMessage(
+                RawMessage{email.id, email.subject.value_or(QString()), DemoData::source(email)});
         return;
+    }
     // The sheet opens at once and shows that it is loading.
     setRawMessage(RawMessage{email.id, email.subject.value_or(QString()), std::nullopt});
     runRawMessage(this, m_service, email.id, *email.blobId);
