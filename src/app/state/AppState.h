@@ -258,6 +258,8 @@ private:
     void setIsLoadingList(bool loading);
     // The one road to the server for the list; stale answers are dropped by generation.
     QCoro::Task<> fetchThreads(qint64 position, qint64 limit);
+    // Demo mode: the made-up threads of the selected mailbox that match the search words.
+    void showDemoThreads();
     void prefetchThreads(const QString& around);
     void prefetchThreads(const QStringList& ids);
     static QCoro::Task<> runPrefetch(QPointer<AppState> self, std::shared_ptr<MailService> service,
@@ -272,7 +274,6 @@ private:
     QList<Email> show(const QList<Email>& emails, bool opening);
 
     // Received attachments.
-    QCoro::Task<QByteArray> partBytes(BodyPart part);
     static QCoro::Task<> runQuickLook(QPointer<AppState> self, BodyPart part);
     static QCoro::Task<> runOpenAttachment(QPointer<AppState> self, BodyPart part);
     static QCoro::Task<> runSaveAttachment(QPointer<AppState> self, BodyPart part);

@@ -1,5 +1,9 @@
 #include "AppState.h"
 
+#include "app/demo/DemoData.h"
+
+#include <QDateTime>
+
 namespace {
 
 QSet<QString> idsOf(const QList<MailThread>& threads)
@@ -86,24 +90,63 @@ void AppState::setSearchText(const QString& text)
 
 QCoro::Task<> AppState::loadThreads(bool reset)
 {
+    if (m_environment.demo) {
+        showDemoThreads();
+        co_return;
+    }
     co_await fetchThreads(reset ? 0 : m_threads.size(), m_config.pageSize);
 }
 
 QCoro::Task<> AppState::search()
 {
+    if (m_environment.demo) {
+        showDemoThreads();
+        co_return;
+    }
     co_await fetchThreads(0, m_config.pageSize);
 }
 
 void AppState::mailboxChanged()
 {
-    if (!m_service)
+    if (!m_service && !m_environment.demo)
         return;
     // No stale rows of the old mailbox while the new one loads.
     setThreads({});
     setTotalThreads(0);
     setSelectedThreadIds({});
     setSearchText(QString());
-    fetchThreads(0, m_config.pageSize);
+    if (m_environment.demo)
+        showDemoThreads();
+    else
+        fetchThreads(0, m_config.pageSize);
+}
+
+void AppState::showDemoThreads()
+{
+    // Made-up mail comes complete and local: the list is the selected mailbox's threads that
+    // the search words all appear in.
+    const QStringList words = m_searchText.split(u' ', Qt::SkipEmptyParts);
+    QList<MailThread> shown;
+    for (const MailThread& thread : DemoData::threads(QDateTime::currentDateTime())) {
+        bool inMailbox = false;
+        QString text;
+        for (const Email& email : thread.emails) {
+            inMailbox = inMailbox || (m_selectedMailboxId &&
+                                      email.mailboxIds.value(*m_selectedMailboxId, false));
+            text += email.subject.value_or(QString()) + u' ' + email.preview.value_or(QString()) +
+                    u' ' + email.senderName() + u' ';
+        }
+        const bool matches = std::all_of(words.cbegin(), words.cend(), [&text](const QString& w) {
+            return text.contains(w, Qt::CaseInsensitive);
+        });
+        if (inMailbox && matches)
+            shown.append(thread);
+    }
+    setThreads(shown);
+    setTotalThreads(shown.size());
+    const QSet<QString> ids = idsOf(shown);
+    if (!ids.contains(m_selectedThreadIds))
+        setSelectedThreadIds(m_selectedThreadIds & ids);
 }
 
 QCoro::Task<> AppState::fetchThreads(qint64 position, qint64 limit)

@@ -23,6 +23,12 @@ struct StateFixture
     QList<QUrl> opened;
     QStringList revealed;
 
+    StateFixture()
+    {
+        // A push stream that stays open and quiet, unless a test says otherwise.
+        network.setStreamPrefix(QStringLiteral("https://jmap.example.test/jmap/event/"));
+    }
+
     AppEnvironment environment()
     {
         keychain.data = QByteArray("fmu1-secret");

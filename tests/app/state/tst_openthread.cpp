@@ -1,6 +1,8 @@
 #include "EmailIds.h"
 #include "StateFixture.h"
 
+#include <QFileInfo>
+#include <QImage>
 #include <QSignalSpy>
 
 using namespace AsyncTest;
@@ -57,6 +59,7 @@ private Q_SLOTS:
     void refreshReloadsTheReaderOnlyWhenMessagesJoinOrLeave();
     void keywordFailureIsReportedThenReadAgain();
     void notificationOpensItsThreadWhenAPageHoldsIt();
+    void demoMailReadsWithoutNetwork();
 };
 
 void TestOpenThread::openingExpandsWhatIsNewAndMarksItRead_data()
@@ -272,6 +275,63 @@ void TestOpenThread::notificationOpensItsThreadWhenAPageHoldsIt()
     QCOMPARE(state->selectedMailboxId(), std::optional<QString>("in"));
     state->mailboxChanged(); // as the main window does on a change of mailbox
     QTRY_COMPARE(state->selectedThreadId(), std::optional<QString>("t3"));
+}
+
+void TestOpenThread::demoMailReadsWithoutNetwork()
+{
+    StateFixture f;
+    auto state = f.make(50, [](AppEnvironment& environment) { environment.demo = true; });
+    state->start([](QUuid) {});
+    QVERIFY(state->threads().size() >= 15 && state->threads().size() <= 25);
+    QCOMPARE(state->totalThreads(), state->threads().size());
+    bool flagged = false, unread = false;
+    for (const MailThread& thread : state->threads()) {
+        flagged = flagged || thread.isFlagged();
+        unread = unread || thread.isUnread();
+        for (const Email& email : thread.emails)
+            for (const EmailAddress& address : email.from.value_or(QList<EmailAddress>()))
+                QVERIFY2(address.email.endsWith("@example.com") ||
+                             address.email.endsWith("@example.org") ||
+                             address.email.endsWith("@example.net"),
+                         qPrintable(address.email));
+    }
+    QVERIFY(flagged && unread);
+
+    // A thread opens complete, and its inline image and attachment come from the demo bytes.
+    bool sawImage = false, sawAttachment = false;
+    for (const MailThread& thread : state->threads()) {
+        select(*state, thread.id);
+        QCOMPARE(state->openEmails(), thread.emails);
+        QVERIFY(!state->isLoadingThread());
+        for (const Email& email : state->openEmails()) {
+            QVERIFY(email.bodyValues && !email.bodyValues->isEmpty());
+            for (const BodyPart& part : email.inlineParts()) {
+                QImage image;
+                QVERIFY(image.loadFromData(await(state->partData(part)), "PNG"));
+                sawImage = true;
+            }
+            for (const BodyPart& part : email.listedAttachments()) {
+                const QString path = await(state->attachmentFile(part));
+                QVERIFY(path.startsWith(f.home.filePath("cache")));
+                QVERIFY(QFileInfo(path).size() > 0);
+                sawAttachment = true;
+            }
+        }
+    }
+    QVERIFY(sawImage && sawAttachment);
+    state->showRawMessage(state->openEmails().constLast());
+    QVERIFY(state->rawMessage()->source->startsWith("From: "));
+
+    // Other mailboxes and the search field work on the demo mail too.
+    state->setSelectedMailboxId(QStringLiteral("archive"));
+    state->mailboxChanged();
+    QVERIFY(!state->threads().isEmpty());
+    state->setSelectedMailboxId(QStringLiteral("inbox"));
+    state->mailboxChanged();
+    state->setSearchText(QStringLiteral("kitchen"));
+    await(state->search());
+    QCOMPARE(state->threads().size(), 1);
+    QVERIFY(f.network.requests().isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestOpenThread)
