@@ -17,6 +17,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QDialog>
 #include <QDir>
 #include <QFile>
@@ -24,6 +25,7 @@
 #include <QImage>
 #include <QLabel>
 #include <QListView>
+#include <QMenu>
 #include <QPainter>
 #include <QPdfWriter>
 #include <QPlainTextEdit>
@@ -34,6 +36,7 @@
 #include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 #include <QToolButton>
 
 namespace {
@@ -336,25 +339,39 @@ void TestReader::emptyStates()
 
 void TestReader::rawMessageSheet()
 {
+    const QByteArray source = "From: eve@example.com\nSubject: Quarterly report\n\nHi";
+    network->setResponse(QUrl("https://jmap.example.test/jmap/download/u1/blob-T1-1/message.eml"),
+                         {200, source, "text/plain"});
     auto state = makeState();
-    MainWindow window(state.get());
-    window.show();
-    RawMessageView* sheet = window.rawMessageView();
+    auto window = openThread(state.get());
+    QVERIFY(window);
+    RawMessageView* sheet = window->rawMessageView();
     QVERIFY(!sheet->isVisible());
-    state->setRawMessage(AppState::RawMessage{"m1", "Quarterly report", std::nullopt});
-    QVERIFY(sheet->isVisible());
+
+    // "Show Raw Message" from the header's context menu opens the sheet while it loads.
+    MessageHeader* header = window->reader()->messageView("T1-1")->header();
+    bool loadingShown = false;
+    QTimer::singleShot(0, this, [&] {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        QVERIFY(menu);
+        QCOMPARE(menu->actions().first()->text(), QString("Show Raw Message"));
+        menu->actions().first()->trigger();
+        menu->close();
+        loadingShown = sheet->isVisible() && !sheet->sourceView()->isVisible() &&
+                       !sheet->copyButton()->isEnabled();
+    });
+    QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(20, 10),
+                            header->mapToGlobal(QPoint(20, 10)));
+    QApplication::sendEvent(header, &event);
+    QVERIFY(loadingShown);
     QCOMPARE(sheet->windowModality(), Qt::WindowModal);
     QVERIFY(labelTexts(sheet).contains("Quarterly report"));
-    QVERIFY(!sheet->sourceView()->isVisible());
-    QVERIFY(!sheet->copyButton()->isEnabled());
 
-    const QString source = "From: anna@example.com\nSubject: Quarterly report\n\nHi";
-    state->setRawMessage(AppState::RawMessage{"m1", "Quarterly report", source});
-    QVERIFY(sheet->sourceView()->isVisible());
-    QCOMPARE(sheet->sourceView()->toPlainText(), source);
+    QTRY_VERIFY(sheet->sourceView()->isVisible());
+    QCOMPARE(sheet->sourceView()->toPlainText(), QString(source));
     QVERIFY(sheet->sourceView()->isReadOnly());
     QTest::mouseClick(sheet->copyButton(), Qt::LeftButton);
-    QCOMPARE(QApplication::clipboard()->text(), source);
+    QCOMPARE(QApplication::clipboard()->text(), QString(source));
 
     QTest::mouseClick(sheet->findChild<QPushButton*>("closeButton"), Qt::LeftButton);
     QVERIFY(!sheet->isVisible());
