@@ -327,6 +327,8 @@ void TestMainWindow::threeColumnsWithTheSyncFooter()
     QCOMPARE(sizes.at(1), 356);
     QCOMPARE(window.threadList()->minimumWidth(), 280);
     QCOMPARE(window.threadList()->maximumWidth(), 512);
+    // The keys act on the list first.
+    QTRY_COMPARE(QApplication::focusWidget(), window.threadList()->list());
 
     // While the connection reads, the sidebar says so; then the line goes quiet.
     auto* footer = window.findChild<SyncFooter*>();

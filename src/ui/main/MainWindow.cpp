@@ -10,7 +10,9 @@
 #include "ui/threads/ThreadListView.h"
 
 #include <QApplication>
+#include <QListView>
 #include <QMenuBar>
+#include <QShowEvent>
 #include <QSplitter>
 #include <QVBoxLayout>
 
@@ -95,5 +97,8 @@ void MainWindow::showSettings()
 void MainWindow::showEvent(QShowEvent* event)
 {
     QMainWindow::showEvent(event);
+    // The list is where the keys act first.
+    if (!focusWidget())
+        m_threadList->list()->setFocus();
     m_state->start([](QUuid) {});
 }

@@ -6,6 +6,7 @@
 #include <QLocale>
 #include <QMimeData>
 #include <QTimeZone>
+#include <QTimer>
 #include <algorithm>
 
 ThreadListModel::ThreadListModel(AppState* state, QObject* parent)
@@ -15,6 +16,12 @@ ThreadListModel::ThreadListModel(AppState* state, QObject* parent)
     for (auto signal : {&AppState::threadsChanged, &AppState::totalThreadsChanged,
                         &AppState::isLoadingListChanged, &AppState::configChanged})
         QObject::connect(state, signal, this, &ThreadListModel::rebuild);
+    // Dates and sections move on with the clock: after midnight "10:42" becomes a day and
+    // "Today" becomes "Yesterday" without any mail arriving.
+    auto* tick = new QTimer(this);
+    tick->setInterval(std::chrono::minutes(1));
+    QObject::connect(tick, &QTimer::timeout, this, &ThreadListModel::rebuild);
+    tick->start();
     rebuild();
 }
 
