@@ -92,6 +92,15 @@ void ThreadDelegate::paintThread(QPainter* painter, const QStyleOptionViewItem& 
     painter->save();
     const bool selected = option.state & QStyle::State_Selected;
     const QPalette& palette = option.palette;
+    // A hairline between rows, from where the text starts; selected rows stand on their own.
+    if (!selected) {
+        QColor line = secondaryTextColor(palette);
+        line.setAlphaF(0.25f);
+        painter->setPen(line);
+        const int left = option.rect.left() + horizontalPadding + dotColumn;
+        painter->drawLine(left, option.rect.bottom(), option.rect.right() - horizontalPadding,
+                          option.rect.bottom());
+    }
     const QColor text = palette.color(selected ? QPalette::HighlightedText : QPalette::Text);
     const QColor secondary = secondaryTextColor(palette, selected);
     const bool unread = index.data(ThreadListModel::UnreadRole).toBool();

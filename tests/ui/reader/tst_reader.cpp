@@ -66,6 +66,17 @@ QJsonObject part(const QString& blobId, const QJsonValue& name, const QString& t
                        {"disposition", cid.isNull() ? "attachment" : "inline"}};
 }
 
+// Pictures for a person to look at, where VELDRIN_SCREENSHOTS points.
+void screenshot(QWidget* window, const QString& name)
+{
+    const QString directory = qEnvironmentVariable("VELDRIN_SCREENSHOTS");
+    if (directory.isEmpty())
+        return;
+    QTest::qWait(300); // only for the picture: the web views paint their measured bodies
+    QDir().mkpath(directory);
+    QVERIFY(window->grab().save(QDir(directory).filePath(name + ".png")));
+}
+
 QStringList labelTexts(QWidget* widget)
 {
     QStringList texts;
@@ -326,6 +337,7 @@ void TestReader::emptyStates()
     state->setSelectedThreadIds({"T1", "T2"});
     QCOMPARE(reader->emptyState()->title(), QString("2 conversations selected"));
     QCOMPARE(reader->currentPage(), reader->emptyState());
+    screenshot(&window, "two-selected");
     // While a thread loads with nothing to show, the reader says it is busy.
     state->setSelectedThreadIds({"T2"});
     if (state->isLoadingThread() && state->openEmails().isEmpty())
@@ -479,15 +491,10 @@ void TestReader::windowLooksRight()
         QVERIFY2(label->width() >= label->sizeHint().width(), qPrintable(label->text()));
     }
 
-    const QString directory = qEnvironmentVariable("VELDRIN_SCREENSHOTS");
-    if (!directory.isEmpty()) {
-        QTest::qWait(300); // only for the picture: the web views paint their measured bodies
-        QDir().mkpath(directory);
-        QVERIFY(window.grab().save(QDir(directory).filePath(threadId + ".png")));
-        QScrollBar* bar = window.reader()->scrollArea()->verticalScrollBar();
-        bar->setValue(bar->maximum());
-        QVERIFY(window.grab().save(QDir(directory).filePath(threadId + "-end.png")));
-    }
+    screenshot(&window, threadId);
+    QScrollBar* bar = window.reader()->scrollArea()->verticalScrollBar();
+    bar->setValue(bar->maximum());
+    screenshot(&window, threadId + "-end");
 }
 
 int main(int argc, char** argv)
