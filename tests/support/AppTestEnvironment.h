@@ -8,13 +8,10 @@
 
 #include <memory>
 
-// For tests of the app and interface layers (which link veldrin_app): an AppState on the given
-// network, with its settings file at `configPath`, its keychain in memory and its session URL
-// set to `sessionUrl`.
-inline std::unique_ptr<AppState> makeTestState(QNetworkAccessManager* network,
-                                               const QString& configPath,
-                                               MemorySecretStore& keychain,
-                                               const QString& sessionUrl)
+// For tests of the app and interface layers (which link veldrin_app): an environment on the
+// given network, with its settings file at `configPath` and its keychain in memory.
+inline AppEnvironment testEnvironment(QNetworkAccessManager* network, const QString& configPath,
+                                      MemorySecretStore& keychain)
 {
     AppEnvironment environment;
     environment.network = network;
@@ -23,11 +20,26 @@ inline std::unique_ptr<AppState> makeTestState(QNetworkAccessManager* network,
     environment.saveToken = [&keychain](const QString& token) {
         return Keychain::saveToken(keychain, token);
     };
-    auto state = std::make_unique<AppState>(environment);
+    return environment;
+}
+
+// An AppState in that environment with its session URL set to `sessionUrl`.
+inline std::unique_ptr<AppState> makeTestState(AppEnvironment environment,
+                                               const QString& sessionUrl)
+{
+    auto state = std::make_unique<AppState>(std::move(environment));
     AppConfig config = state->config();
     config.sessionUrl = sessionUrl;
     state->setConfig(config);
     return state;
+}
+
+inline std::unique_ptr<AppState> makeTestState(QNetworkAccessManager* network,
+                                               const QString& configPath,
+                                               MemorySecretStore& keychain,
+                                               const QString& sessionUrl)
+{
+    return makeTestState(testEnvironment(network, configPath, keychain), sessionUrl);
 }
 
 // The token the keychain holds now, as the program would read it.

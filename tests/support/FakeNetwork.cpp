@@ -62,7 +62,7 @@ class FakeReply : public QNetworkReply
 {
 public:
     FakeReply(const QNetworkRequest& request, QNetworkAccessManager::Operation operation,
-              const FakeNetwork::Response& response, QObject* parent)
+              const FakeNetwork::Response& response, bool held, QObject* parent)
         : QNetworkReply(parent), m_data(response.body)
     {
         setRequest(request);
@@ -82,16 +82,20 @@ public:
             if (error != QNetworkReply::NoError)
                 setError(error, QStringLiteral("Server replied: %1").arg(response.status));
         }
-        QTimer::singleShot(0, this, [this] {
-            if (isFinished())
-                return;
-            if (!m_data.isEmpty())
-                Q_EMIT readyRead();
-            if (error() != QNetworkReply::NoError)
-                Q_EMIT errorOccurred(error());
-            setFinished(true);
-            Q_EMIT finished();
-        });
+        if (!held)
+            QTimer::singleShot(0, this, [this] { deliver(); });
+    }
+
+    void deliver()
+    {
+        if (isFinished())
+            return;
+        if (!m_data.isEmpty())
+            Q_EMIT readyRead();
+        if (error() != QNetworkReply::NoError)
+            Q_EMIT errorOccurred(error());
+        setFinished(true);
+        Q_EMIT finished();
     }
 
     void abort() override
@@ -375,5 +379,27 @@ QNetworkReply* FakeNetwork::createRequest(Operation op, const QNetworkRequest& r
         response = answerBatch(recorded);
     else
         response = Response{404, "Not found", "text/plain"};
-    return new FakeReply(request, op, response, this);
+    auto* reply = new FakeReply(request, op, response, m_holding, this);
+    if (m_holding) {
+        QPointer<FakeReply> held(reply);
+        m_held.append([held] {
+            if (held)
+                held->deliver();
+        });
+    }
+    return reply;
+}
+
+void FakeNetwork::release(qsizetype index)
+{
+    if (index < 0 || index >= m_held.size())
+        return;
+    const auto deliver = m_held.takeAt(index);
+    deliver();
+}
+
+void FakeNetwork::releaseAll()
+{
+    while (!m_held.isEmpty())
+        release(0);
 }

@@ -91,6 +91,13 @@ public:
     // Requests for URLs starting with this prefix get a stream reply (see streams()).
     void setStreamPrefix(const QString& prefix, int status = 200);
 
+    // While holding, answers wait for release(), so that a test can answer out of order.
+    void setHolding(bool holding) { m_holding = holding; }
+    qsizetype heldCount() const { return m_held.size(); }
+    // Delivers the held answer at this index (counted among those still held).
+    void release(qsizetype index);
+    void releaseAll();
+
     const QList<RecordedRequest>& requests() const { return m_requests; }
     // Requests posted to the API URL, i.e. round trips of method batches.
     QList<RecordedRequest> batches() const;
@@ -111,4 +118,6 @@ private:
     int m_streamStatus = 200;
     QList<RecordedRequest> m_requests;
     QList<QPointer<FakeStreamReply>> m_streams;
+    bool m_holding = false;
+    QList<std::function<void()>> m_held;
 };

@@ -6,16 +6,23 @@
 #include "ui/main/MailboxListModel.h"
 #include "ui/main/MainWindow.h"
 #include "ui/main/SidebarView.h"
+#include "ui/main/SyncFooter.h"
 #include "ui/settings/AccountSettings.h"
 #include "ui/settings/SettingsWindow.h"
+#include "ui/threads/MailSearchField.h"
+#include "ui/threads/ThreadListView.h"
+#include "ui/web/MailWebView.h"
 
 #include <QAbstractItemModelTester>
+#include <QApplication>
 #include <QDir>
 #include <QJsonDocument>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
+#include <QProgressBar>
 #include <QPushButton>
+#include <QSplitter>
 #include <QStackedWidget>
 #include <QTabWidget>
 #include <QTemporaryDir>
@@ -65,6 +72,7 @@ private Q_SLOTS:
     void badges();
     void modelUpdatesRowsInPlace();
     void sidebarShowsTheTree();
+    void threeColumnsWithTheSyncFooter();
 
 private:
     std::unique_ptr<AppState> makeState();
@@ -86,6 +94,9 @@ void TestMainWindow::init()
         {"id":"pr","name":"Projects","sortOrder":7,"totalEmails":12,"unreadEmails":1,"totalThreads":8,"unreadThreads":1}]})")
                                           .object());
     network->respondTo("Identity/get", QJsonObject{{"list", QJsonArray()}});
+    network->respondTo("Email/query", QJsonObject{{"ids", QJsonArray()}, {"total", 0}});
+    network->respondTo("Thread/get", QJsonObject{{"list", QJsonArray()}});
+    network->respondTo("Email/get", QJsonObject{{"list", QJsonArray()}});
     keychain = MemorySecretStore();
 }
 
@@ -157,7 +168,10 @@ void TestMainWindow::accountTabConnectsAndFillsTheSidebar()
     // Choosing a mailbox in the sidebar selects it in the state.
     list->setCurrentIndex(list->model()->index(6, 0));
     QCOMPARE(state->selectedMailboxId(), std::optional<QString>("pr"));
-    QCOMPARE(window.findChild<QLabel*>("overviewTitle")->text(), QString("Projects"));
+    // The change of mailbox reaches the state, which asks for that mailbox's first page.
+    QTRY_VERIFY(network->batches().last().body.contains(R"("inMailbox":"pr")"));
+    QCOMPARE(window.threadList()->searchField()->accessibleDescription(),
+             QString("Search Projects"));
     // The token went out only as the bearer header.
     for (const RecordedRequest& request : network->requests())
         QVERIFY(!request.body.contains("fmu1-pasted-token"));
@@ -299,5 +313,40 @@ void TestMainWindow::sidebarShowsTheTree()
     QCOMPARE(model.rowCount(), 4);
 }
 
-QTEST_MAIN(TestMainWindow)
+void TestMainWindow::threeColumnsWithTheSyncFooter()
+{
+    keychain.data = QByteArray("fmu1-old");
+    auto state = makeState();
+    MainWindow window(state.get());
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QCOMPARE(window.size(), QSize(1280, 800));
+    const QList<int> sizes = window.splitter()->sizes();
+    QCOMPARE(sizes.size(), 3);
+    QCOMPARE(sizes.at(0), 210);
+    QCOMPARE(sizes.at(1), 356);
+    QCOMPARE(window.threadList()->minimumWidth(), 280);
+    QCOMPARE(window.threadList()->maximumWidth(), 512);
+    // The keys act on the list first.
+    QTRY_COMPARE(QApplication::focusWidget(), window.threadList()->list());
+
+    // While the connection reads, the sidebar says so; then the line goes quiet.
+    auto* footer = window.findChild<SyncFooter*>();
+    QVERIFY(footer);
+    QTRY_COMPARE(footer->status(), QString("Fetching mail…"));
+    QVERIFY(footer->findChild<QLabel*>("syncStatus")->isVisible());
+    QTRY_VERIFY(state->isConnected());
+    QTRY_COMPARE(footer->status(), QString());
+    QVERIFY(!footer->findChild<QLabel*>("syncStatus")->isVisible());
+    QVERIFY(!footer->findChild<QProgressBar*>("syncActivity")->isVisible());
+}
+
+int main(int argc, char** argv)
+{
+    qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--no-sandbox --disable-gpu");
+    MailWebView::registerSchemes();
+    QApplication app(argc, argv);
+    TestMainWindow test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "tst_mainwindow.moc"

@@ -52,7 +52,7 @@ QList<Mailbox> mailboxes()
 {
     const QString inbox = QStringLiteral("inbox");
     return {
-        mailbox("inbox", "Inbox", QStringLiteral("inbox"), 1, 248, 5),
+        mailbox("inbox", "Inbox", QStringLiteral("inbox"), 1, 248, 4),
         mailbox("drafts", "Drafts", QStringLiteral("drafts"), 2, 2, 0),
         mailbox("sent", "Sent", QStringLiteral("sent"), 3, 512, 0),
         mailbox("archive", "Archive", QStringLiteral("archive"), 4, 3120, 0),

@@ -1,9 +1,43 @@
 #include "AppState.h"
 
+#include "RefreshLoop.h"
 #include "app/demo/DemoData.h"
 #include "config/Keychain.h"
 
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDesktopServices>
 #include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+
+namespace {
+
+// Shows a file selected in the desktop's file manager, or at least opens its folder.
+void revealInFileManager(const QString& path)
+{
+    const QUrl folder = QUrl::fromLocalFile(QFileInfo(path).absolutePath());
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        QDesktopServices::openUrl(folder);
+        return;
+    }
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.FileManager1"),
+        QStringLiteral("/org/freedesktop/FileManager1"),
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+    call << QStringList{QUrl::fromLocalFile(path).toString()} << QString();
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call));
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
+                     [folder](QDBusPendingCallWatcher* finished) {
+                         if (finished->isError())
+                             QDesktopServices::openUrl(folder);
+                         finished->deleteLater();
+                     });
+}
+
+} // namespace
 
 AppEnvironment AppEnvironment::standard(QNetworkAccessManager* network)
 {
@@ -12,6 +46,12 @@ AppEnvironment AppEnvironment::standard(QNetworkAccessManager* network)
     environment.readToken = [] { return Keychain::readToken(); };
     environment.saveToken = [](const QString& token) { return Keychain::saveToken(token); };
     environment.demo = DemoData::isDemo();
+    environment.openUrl = [](const QUrl& url) { QDesktopServices::openUrl(url); };
+    environment.revealFile = revealInFileManager;
+    environment.attachmentCacheDir =
+        QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
+        QStringLiteral("/Veldrin/Attachments");
+    environment.downloadsDir = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
     return environment;
 }
 
@@ -29,7 +69,12 @@ AppState::AppState(AppEnvironment environment, QObject* parent)
     }
 }
 
-AppState::~AppState() = default;
+AppState::~AppState()
+{
+    // While the members they read are still there.
+    stopListening();
+    delete m_refreshLoop;
+}
 
 void AppState::setConfig(const AppConfig& config)
 {
@@ -176,6 +221,8 @@ void AppState::start(std::function<void(QUuid)> openCompose)
         loadDemoData();
         return;
     }
+    // Started before connect: it sleeps first, and does nothing while there is no service.
+    startRefreshLoop();
     runConnect(this);
 }
 
@@ -187,6 +234,7 @@ void AppState::loadDemoData()
     m_contacts->setItems(DemoData::contacts());
     setAccountName(DemoData::accountName());
     setSelectedMailboxId(QStringLiteral("inbox"));
+    showDemoThreads();
     setHasToken(true);
     setIsConnected(true);
     setAccess(true, true);

@@ -26,6 +26,8 @@
 #include <optional>
 
 class QNetworkAccessManager;
+class PushListener;
+class RefreshLoop;
 
 // What AppState needs from its surroundings; the program passes the real ones, tests fakes.
 struct AppEnvironment
@@ -58,7 +60,8 @@ struct AppEnvironment
         std::chrono::milliseconds pushMaximumDelay{60000};
     } timing;
 
-    // The real keychain, the settings file in the home directory.
+    // The real keychain, the settings file in the home directory, the desktop's file manager
+    // and the user's cache and Downloads folders.
     static AppEnvironment standard(QNetworkAccessManager* network);
 };
 
@@ -237,6 +240,46 @@ private:
     void countActivity(JMAPActivity activity, bool started);
     void tearDownConnection();
     static QCoro::Task<> runConnect(QPointer<AppState> self);
+    static QCoro::Task<> refreshIfAlive(QPointer<AppState> self);
+
+    // Staying current.
+    void setIsPushLive(bool live);
+    // Replaces the push listener with one on this connection's stream.
+    void listenForChanges(std::shared_ptr<MailService> service);
+    void stopListening();
+    // The timed loop: started once by start(), never in demo mode.
+    void startRefreshLoop();
+    // One turn of the timed loop: refreshes unless the push stream is live.
+    QCoro::Task<> refreshTurn();
+
+    // The thread list.
+    void setThreads(const QList<MailThread>& threads);
+    void setTotalThreads(qint64 total);
+    void setIsLoadingList(bool loading);
+    // The one road to the server for the list; stale answers are dropped by generation.
+    QCoro::Task<> fetchThreads(qint64 position, qint64 limit);
+    // Demo mode: the made-up threads of the selected mailbox that match the search words.
+    void showDemoThreads();
+    void prefetchThreads(const QString& around);
+    void prefetchThreads(const QStringList& ids);
+    static QCoro::Task<> runPrefetch(QPointer<AppState> self, std::shared_ptr<MailService> service,
+                                     QStringList ids);
+
+    // The open thread.
+    void setOpenEmails(const QList<Email>& emails);
+    void setIsLoadingThread(bool loading);
+    QCoro::Task<> loadOpenThread();
+    // Puts a thread's messages on show; a real opening also chooses what is expanded and
+    // where the reader scrolls to. Gives the messages now on show.
+    QList<Email> show(const QList<Email>& emails, bool opening);
+
+    // Received attachments.
+    static QCoro::Task<> runQuickLook(QPointer<AppState> self, BodyPart part);
+    static QCoro::Task<> runOpenAttachment(QPointer<AppState> self, BodyPart part);
+    static QCoro::Task<> runSaveAttachment(QPointer<AppState> self, BodyPart part);
+    static QCoro::Task<> runRawMessage(QPointer<AppState> self,
+                                       std::shared_ptr<MailService> service, QString emailId,
+                                       QString blobId);
     static QCoro::Task<> learnRecipients(QPointer<AppState> self,
                                          std::shared_ptr<MailService> service, QString sentId);
 
@@ -263,6 +306,9 @@ private:
 
     // Staying current.
     bool m_isPushLive = false;
+    // Owned as children; the listener lives and dies with its connection.
+    RefreshLoop* m_refreshLoop = nullptr;
+    PushListener* m_pushListener = nullptr;
 
     // The thread list.
     QList<MailThread> m_threads;

@@ -25,6 +25,8 @@ void AppState::tearDownConnection()
     m_contacts->setService(nullptr);
     setAccess(false, false);
     m_addressBook = AddressBook();
+    stopListening();
+    m_threadCache.removeAll();
 }
 
 QCoro::Task<> AppState::learnRecipients(QPointer<AppState> self,
@@ -146,4 +148,10 @@ QCoro::Task<> AppState::connect()
 
     if (const auto sent = mailboxWithRole(QStringLiteral("sent")))
         learnRecipients(self, service, sent->id);
+
+    co_await fetchThreads(0, m_config.pageSize);
+    // A connect that started meanwhile owns the listener now.
+    if (!self || m_service != service)
+        co_return;
+    listenForChanges(service);
 }

@@ -5,11 +5,15 @@
 
 class AppState;
 class ErrorBar;
-class MailboxOverview;
 class SettingsWindow;
 class SidebarView;
+class QSplitter;
+class AttachmentPreview;
+class RawMessageView;
+class ThreadDetailView;
+class ThreadListView;
 
-// The main window: mailboxes on the left, the mailbox on show to the right, the error bar
+// The main window: mailboxes, the thread list and the reader side by side, the error bar
 // across the top.
 class MainWindow : public QMainWindow
 {
@@ -19,6 +23,11 @@ public:
 
     SidebarView* sidebar() const { return m_sidebar; }
     ErrorBar* errorBar() const { return m_errorBar; }
+    ThreadListView* threadList() const { return m_threadList; }
+    ThreadDetailView* reader() const { return m_reader; }
+    QSplitter* splitter() const { return m_splitter; }
+    AttachmentPreview* attachmentPreview() const { return m_preview; }
+    RawMessageView* rawMessageView() const { return m_rawMessage; }
     // The settings window, made on first use.
     SettingsWindow* settingsWindow();
     void showSettings();
@@ -32,6 +41,10 @@ private:
     AppState* m_state;
     SidebarView* m_sidebar;
     ErrorBar* m_errorBar;
-    MailboxOverview* m_overview;
+    QSplitter* m_splitter;
+    ThreadListView* m_threadList;
+    ThreadDetailView* m_reader;
+    AttachmentPreview* m_preview;
+    RawMessageView* m_rawMessage;
     QPointer<SettingsWindow> m_settings;
 };

@@ -3,11 +3,11 @@
 #include "MailboxDelegate.h"
 #include "MailboxListModel.h"
 #include "MailboxListView.h"
+#include "SyncFooter.h"
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 
 #include <QLabel>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QToolButton>
@@ -82,19 +82,7 @@ SidebarView::SidebarView(AppState* state, QWidget* parent)
     auto* footer = new QWidget(this);
     auto* footerLayout = new QHBoxLayout(footer);
     footerLayout->setContentsMargins(8, 4, 4, 4);
-    auto* statusColumn = new QVBoxLayout();
-    statusColumn->setSpacing(2);
-    m_status = new QLabel(footer);
-    m_status->setObjectName(QStringLiteral("syncStatus"));
-    m_status->setForegroundRole(QPalette::PlaceholderText);
-    m_activity = new QProgressBar(footer);
-    m_activity->setRange(0, 0);
-    m_activity->setTextVisible(false);
-    m_activity->setMaximumHeight(3);
-    m_activity->setObjectName(QStringLiteral("syncActivity"));
-    statusColumn->addWidget(m_status);
-    statusColumn->addWidget(m_activity);
-    footerLayout->addLayout(statusColumn, 1);
+    footerLayout->addWidget(new SyncFooter(state, footer), 1);
     m_composeButton = new QToolButton(footer);
     m_composeButton->setObjectName(QStringLiteral("composeButton"));
     m_composeButton->setIcon(Icons::icon(QStringLiteral("square.and.pencil")));
@@ -105,12 +93,10 @@ SidebarView::SidebarView(AppState* state, QWidget* parent)
     QObject::connect(state, &AppState::hasTokenChanged, this, &SidebarView::showState);
     QObject::connect(state, &AppState::selectedMailboxIdChanged, this, &SidebarView::selectCurrent);
     QObject::connect(m_model, &QAbstractItemModel::rowsInserted, this, &SidebarView::selectCurrent);
-    QObject::connect(state, &AppState::activityChanged, this, &SidebarView::updateFooter);
     QObject::connect(state, &AppState::configChanged, this, &SidebarView::updateComposeHelp);
     showState();
     updateComposeHelp();
     selectCurrent();
-    updateFooter();
 }
 
 void SidebarView::showState()
@@ -131,19 +117,6 @@ void SidebarView::selectCurrent()
         else
             m_list->clearSelection();
     }
-}
-
-void SidebarView::updateFooter()
-{
-    QString status;
-    if (m_state->activePushes() > 0)
-        status = tr("Sending changes…");
-    else if (m_state->activeFetches() > 0)
-        status = tr("Fetching mail…");
-    m_status->setText(status);
-    m_activity->setAccessibleName(status);
-    m_status->setVisible(!status.isEmpty());
-    m_activity->setVisible(!status.isEmpty());
 }
 
 void SidebarView::updateComposeHelp()

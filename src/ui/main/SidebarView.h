@@ -6,8 +6,6 @@
 
 class AppState;
 class MailboxListModel;
-class QLabel;
-class QProgressBar;
 class QStackedWidget;
 class QToolButton;
 
@@ -27,14 +25,11 @@ Q_SIGNALS:
 private:
     void showState();
     void selectCurrent();
-    void updateFooter();
     void updateComposeHelp();
 
     AppState* m_state;
     MailboxListModel* m_model;
     QStackedWidget* m_stack;
     MailboxListView* m_list;
-    QLabel* m_status;
-    QProgressBar* m_activity;
     QToolButton* m_composeButton;
 };

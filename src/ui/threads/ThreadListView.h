@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QWidget>
+
+class AppState;
+class EmptyState;
+class MailSearchField;
+class QListView;
+class QStackedWidget;
+class ThreadDelegate;
+class ThreadListModel;
+
+// The middle column: the search field over the list of threads, or the empty state when the
+// mailbox or the search has nothing. The list's selection and AppState's selectedThreadIds
+// follow one another.
+class ThreadListView : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit ThreadListView(AppState* state, QWidget* parent = nullptr);
+
+    QListView* list() const { return m_list; }
+    ThreadListModel* model() const { return m_model; }
+    MailSearchField* searchField() const { return m_search; }
+    EmptyState* emptyState() const { return m_empty; }
+    // Whether the empty state stands instead of the list.
+    bool showsEmptyState() const;
+
+private:
+    void selectionFromView();
+    void selectionFromState();
+    void showState();
+    void activate(const QModelIndex& index);
+
+    AppState* m_state;
+    ThreadListModel* m_model;
+    ThreadDelegate* m_delegate;
+    MailSearchField* m_search;
+    QStackedWidget* m_stack;
+    QListView* m_list;
+    EmptyState* m_empty;
+    bool m_syncing = false;
+    QString m_scrolledTo;
+};

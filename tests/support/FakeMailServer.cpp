@@ -1,0 +1,206 @@
+#include "FakeMailServer.h"
+
+#include <QJsonDocument>
+#include <QSet>
+#include <QTimeZone>
+
+#include <algorithm>
+
+namespace {
+
+const QDateTime epoch = QDateTime(QDate(2026, 3, 2), QTime(12, 0), QTimeZone::utc());
+
+// The mailbox and the words of a filter, however it is nested.
+void readFilter(const QJsonObject& filter, QString& mailbox, QStringList& words)
+{
+    if (filter.contains(QStringLiteral("inMailbox")))
+        mailbox = filter.value(QStringLiteral("inMailbox")).toString();
+    if (filter.contains(QStringLiteral("text")))
+        words.append(filter.value(QStringLiteral("text")).toString());
+    for (const QJsonValue& condition : filter.value(QStringLiteral("conditions")).toArray())
+        readFilter(condition.toObject(), mailbox, words);
+}
+
+QJsonObject mailboxRecord(const char* id, const char* name, const char* role, int order)
+{
+    return QJsonObject{{"id", id},           {"name", name},      {"role", role},
+                       {"sortOrder", order}, {"totalEmails", 0},  {"unreadEmails", 0},
+                       {"totalThreads", 0},  {"unreadThreads", 0}};
+}
+
+} // namespace
+
+FakeMailServer::FakeMailServer(FakeNetwork& network) : m_network(network)
+{
+    mailboxes = QJsonArray{mailboxRecord("in", "Inbox", "inbox", 1),
+                           mailboxRecord("arch", "Archive", "archive", 2),
+                           mailboxRecord("sent", "Sent", "sent", 3)};
+    serve();
+}
+
+void FakeMailServer::serve()
+{
+    FakeNetwork& network = m_network;
+    network.respondTo("Mailbox/get", [this](const QJsonObject&) {
+        return QJsonObject{{"list", mailboxes}};
+    });
+    network.respondTo("Identity/get", QJsonObject{{"list", QJsonArray()}});
+    network.respondTo("Email/query", [this](const QJsonObject& a) { return query(a); });
+    network.respondTo("Email/get", [this](const QJsonObject& a) { return getEmails(a); });
+    network.respondTo("Thread/get", [this](const QJsonObject& a) { return getThreads(a); });
+    network.respondTo("Email/set", [this](const QJsonObject& a) { return setEmails(a); });
+}
+
+QJsonObject FakeMailServer::email(const QString& id, const QString& threadId,
+                                  const QString& mailbox, int minutesAgo, bool seen)
+{
+    QJsonObject keywords;
+    if (seen)
+        keywords.insert("$seen", true);
+    return QJsonObject{
+        {"id", id},
+        {"threadId", threadId},
+        {"blobId", "blob-" + id},
+        {"mailboxIds", QJsonObject{{mailbox, true}}},
+        {"keywords", keywords},
+        {"from", QJsonArray{QJsonObject{{"name", "Sender " + id}, {"email", id + "@example.com"}}}},
+        {"subject", "Subject " + threadId},
+        {"receivedAt", epoch.addSecs(-60 * minutesAgo).toString(Qt::ISODate)},
+        {"messageId", QJsonArray{"<" + id + "@example.com>"}},
+        {"bodyValues", QJsonObject{{"1", QJsonObject{{"value", "Text of " + id}}}}},
+        {"textBody", QJsonArray{QJsonObject{{"partId", "1"}, {"type", "text/plain"}}}},
+        {"htmlBody", QJsonArray{QJsonObject{{"partId", "1"}, {"type", "text/plain"}}}},
+        {"attachments", QJsonArray()}};
+}
+
+void FakeMailServer::addThreads(int count, const QString& mailbox)
+{
+    for (int n = 1; n <= count; ++n)
+        add(email(QStringLiteral("e%1").arg(n), QStringLiteral("t%1").arg(n), mailbox, n));
+}
+
+QJsonObject* FakeMailServer::find(const QString& id)
+{
+    for (QJsonObject& candidate : emails)
+        if (candidate.value("id").toString() == id)
+            return &candidate;
+    return nullptr;
+}
+
+QList<RecordedRequest> FakeMailServer::batchesWith(const QString& firstMethod) const
+{
+    QList<RecordedRequest> result;
+    for (const RecordedRequest& batch : m_network.batches())
+        if (batch.methodNames().value(0) == firstMethod)
+            result.append(batch);
+    return result;
+}
+
+QJsonObject FakeMailServer::query(const QJsonObject& arguments)
+{
+    QString mailbox;
+    QStringList words;
+    readFilter(arguments.value("filter").toObject(), mailbox, words);
+    QList<QJsonObject> sorted = emails;
+    std::stable_sort(sorted.begin(), sorted.end(), [](const QJsonObject& a, const QJsonObject& b) {
+        return a.value("receivedAt").toString() > b.value("receivedAt").toString();
+    });
+    QStringList anchors;
+    QSet<QString> threads;
+    for (const QJsonObject& candidate : sorted) {
+        if (!mailbox.isEmpty() && !candidate.value("mailboxIds").toObject().contains(mailbox))
+            continue;
+        const QString subject = candidate.value("subject").toString();
+        if (!std::all_of(words.cbegin(), words.cend(), [&subject](const QString& word) {
+                return subject.contains(word, Qt::CaseInsensitive);
+            }))
+            continue;
+        const QString thread = candidate.value("threadId").toString();
+        if (threads.contains(thread))
+            continue;
+        threads.insert(thread);
+        anchors.append(candidate.value("id").toString());
+    }
+    const qsizetype position = arguments.value("position").toInteger();
+    const qsizetype limit = arguments.value("limit").toInteger(anchors.size());
+    m_queryIds = anchors.mid(position, limit);
+    return QJsonObject{{"ids", QJsonArray::fromStringList(m_queryIds)},
+                       {"total", anchors.size()},
+                       {"position", position}};
+}
+
+QJsonObject FakeMailServer::getEmails(const QJsonObject& arguments)
+{
+    QStringList ids;
+    const QString resultOf = arguments.value("#ids").toObject().value("resultOf").toString();
+    if (resultOf == "query")
+        ids = m_queryIds;
+    else if (!resultOf.isEmpty())
+        ids = m_threadEmailIds;
+    else
+        for (const QJsonValue& id : arguments.value("ids").toArray())
+            ids.append(id.toString());
+    QJsonArray list;
+    QStringList threadIds;
+    for (const QString& id : ids)
+        if (const QJsonObject* found = find(id)) {
+            list.append(*found);
+            threadIds.append(found->value("threadId").toString());
+        }
+    if (resultOf == "query")
+        m_anchorThreadIds = threadIds;
+    return QJsonObject{{"list", list}};
+}
+
+QJsonObject FakeMailServer::getThreads(const QJsonObject& arguments)
+{
+    QStringList ids;
+    if (arguments.contains("#ids"))
+        ids = m_anchorThreadIds;
+    else
+        for (const QJsonValue& id : arguments.value("ids").toArray())
+            ids.append(id.toString());
+    // Thread order is oldest first.
+    QList<QJsonObject> sorted = emails;
+    std::stable_sort(sorted.begin(), sorted.end(), [](const QJsonObject& a, const QJsonObject& b) {
+        return a.value("receivedAt").toString() < b.value("receivedAt").toString();
+    });
+    QJsonArray list;
+    m_threadEmailIds.clear();
+    for (const QString& thread : ids) {
+        QStringList members;
+        for (const QJsonObject& candidate : sorted)
+            if (candidate.value("threadId").toString() == thread)
+                members.append(candidate.value("id").toString());
+        if (members.isEmpty())
+            continue;
+        m_threadEmailIds += members;
+        list.append(QJsonObject{{"id", thread}, {"emailIds", QJsonArray::fromStringList(members)}});
+    }
+    return QJsonObject{{"list", list}};
+}
+
+QJsonObject FakeMailServer::setEmails(const QJsonObject& arguments)
+{
+    QJsonObject updated;
+    const QJsonObject patches = arguments.value("update").toObject();
+    for (auto patch = patches.constBegin(); patch != patches.constEnd(); ++patch) {
+        QJsonObject* target = find(patch.key());
+        if (!target)
+            continue;
+        const QJsonObject changes = patch.value().toObject();
+        for (auto change = changes.constBegin(); change != changes.constEnd(); ++change) {
+            const QStringList path = change.key().split('/');
+            if (path.size() != 2)
+                continue;
+            QJsonObject field = target->value(path.at(0)).toObject();
+            if (change.value().isNull())
+                field.remove(path.at(1));
+            else
+                field.insert(path.at(1), change.value());
+            target->insert(path.at(0), field);
+        }
+        updated.insert(patch.key(), QJsonValue::Null);
+    }
+    return QJsonObject{{"updated", updated}};
+}
