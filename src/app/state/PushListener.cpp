@@ -39,8 +39,8 @@ void PushListener::openStream()
 {
     if (m_control->stopped)
         return;
-    m_stream =
-        m_service->client()->pushEvents({QStringLiteral("Email"), QStringLiteral("Mailbox")});
+    m_stream = JMAPClient::pushEvents(m_service->client(),
+                                      {QStringLiteral("Email"), QStringLiteral("Mailbox")});
     read(m_control, this, m_stream.get());
 }
 
