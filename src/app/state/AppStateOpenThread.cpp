@@ -125,12 +125,8 @@ QCoro::Task<> AppState::loadOpenThread()
 
     // Only now, so that the list and the reader first show what was unread. A thread left
     // meanwhile is still marked: it did arrive.
-    if (m_config.markReadOnOpen) {
-        // A named task: awaited as a temporary at the very end, its frame was never released
-        // (seen under LeakSanitizer with GCC 12).
-        QCoro::Task<> marking = setKeyword(QStringLiteral("$seen"), true, unread);
-        co_await std::move(marking);
-    }
+    if (m_config.markReadOnOpen)
+        co_await setKeyword(QStringLiteral("$seen"), true, unread);
 }
 
 QList<Email> AppState::show(const QList<Email>& emails, bool opening)
