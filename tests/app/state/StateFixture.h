@@ -6,6 +6,7 @@
 #include "FakeNetwork.h"
 #include "app/state/AppState.h"
 
+#include <QCoreApplication>
 #include <QTemporaryDir>
 #include <QTest>
 
