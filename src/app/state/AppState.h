@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/platform/WindowServices.h"
+#include "app/state/KeyContext.h"
 #include "app/state/ThreadCache.h"
 #include "app/stores/ContactStore.h"
 #include "app/stores/MaskedEmailStore.h"
@@ -9,6 +11,8 @@
 #include "jmap/Identity.h"
 #include "jmap/JMAPClient.h"
 #include "jmap/Mailbox.h"
+#include "keys/KeyBinding.h"
+#include "keys/MailAction.h"
 #include "mail/MailService.h"
 #include "mail/MailThread.h"
 
@@ -203,6 +207,67 @@ public:
     const std::optional<RawMessage>& rawMessage() const { return m_rawMessage; }
     void setRawMessage(const std::optional<RawMessage>& message);
 
+    // Acting on threads.
+    struct Toast
+    {
+        QUuid id;
+        QString message;
+        // Present when the toast offers "Undo".
+        std::function<void()> undo;
+        // The undo is on the window's undo stack, so the toast also shows the undo key.
+        bool isOnUndoKey = false;
+    };
+    enum class FolderPicker
+    {
+        Move,
+        GoTo,
+    };
+    enum class Pane
+    {
+        Sidebar,
+        List,
+        Reader,
+    };
+    void setWindowServices(WindowServices services);
+    // The dispatcher for the main window's menus, toolbar and keys.
+    void perform(MailAction action);
+    // For a row's context menu, which may hit rows other than the selection.
+    void perform(MailAction action, const QSet<QString>& threadIds);
+    // Moves the threads' messages that are in the mailbox on show; true when something moved.
+    bool moveThreads(const QSet<QString>& threadIds, const Mailbox& destination);
+    void markAllRead(const QString& mailboxId);
+    // The "archive" action of a notification: no local change, no toast.
+    void archiveFromInbox(const QString& emailId);
+    // Starts the task that marks one message read (a notification's "Mark as Read").
+    void markRead(const QString& emailId);
+    const std::optional<Toast>& toast() const { return m_toast; }
+    void showToast(const QString& message, std::function<void()> undo, bool isOnUndoKey,
+                   int seconds);
+    // The toast's "Undo": clears the toast, then runs its operation.
+    void undoFromToast();
+    void dismissToast();
+    const std::optional<FolderPicker>& folderPicker() const { return m_folderPicker; }
+    void setFolderPicker(const std::optional<FolderPicker>& picker);
+    // Opens a mailbox, unfolding the folders above it.
+    void goToMailbox(const Mailbox& mailbox);
+    bool hidesWhenEmpty(const QString& mailboxId) const;
+    void setHidesWhenEmpty(const QString& mailboxId, bool hide);
+    bool showsTotalCount(const QString& mailboxId) const;
+    void setShowsTotalCount(const QString& mailboxId, bool show);
+    // Drag reordering of the sidebar, and its reset.
+    void moveMailbox(const QString& mailboxId, int toRow);
+    void resetFolderOrder();
+
+    // The keyboard.
+    // Decides what a key press means where it happened; true when it was consumed.
+    bool handleKeyDown(const KeyBinding& binding, const KeyContext& context);
+    Pane focusedPane() const { return m_focusedPane; }
+    void focus(Pane pane);
+    int paneFocusRequest() const { return m_paneFocusRequest; }
+    int searchFocusRequest() const { return m_searchFocusRequest; }
+    bool showsShortcuts() const { return m_showsShortcuts; }
+    void setShowsShortcuts(bool shows);
+
 Q_SIGNALS:
     void configChanged();
     void hasTokenChanged();
@@ -229,6 +294,12 @@ Q_SIGNALS:
     void messageScrollRequestChanged();
     void quickLookPathChanged();
     void rawMessageChanged();
+    void toastChanged();
+    void folderPickerChanged();
+    void focusedPaneChanged();
+    void paneFocusRequestChanged();
+    void searchFocusRequestChanged();
+    void showsShortcutsChanged();
 
 private:
     void setHasToken(bool value);
@@ -334,4 +405,14 @@ private:
     // Attachments.
     std::optional<QString> m_quickLookPath;
     std::optional<RawMessage> m_rawMessage;
+
+    // Acting and the keyboard.
+    WindowServices m_windowServices;
+    std::optional<Toast> m_toast;
+    quint64 m_toastGeneration = 0;
+    std::optional<FolderPicker> m_folderPicker;
+    Pane m_focusedPane = Pane::List;
+    int m_paneFocusRequest = 0;
+    int m_searchFocusRequest = 0;
+    bool m_showsShortcuts = false;
 };
