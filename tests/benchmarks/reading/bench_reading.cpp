@@ -1,0 +1,164 @@
+#include "AsyncTest.h"
+#include "ReadingAccount.h"
+#include "ui/desktop/Icons.h"
+#include "ui/main/MainWindow.h"
+#include "ui/reader/MessageView.h"
+#include "ui/reader/ThreadDetailView.h"
+#include "ui/threads/ThreadListModel.h"
+#include "ui/threads/ThreadListView.h"
+#include "ui/web/MailWebView.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QListView>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <algorithm>
+
+namespace {
+
+double median(QList<double> values)
+{
+    if (values.isEmpty())
+        return 0;
+    std::sort(values.begin(), values.end());
+    return values.at(values.size() / 2);
+}
+
+QStringList listedIds(const ThreadListModel& model)
+{
+    QStringList ids;
+    for (int row = 0; row < model.rowCount(); ++row)
+        if (model.threadAt(row))
+            ids << model.threadAt(row)->id;
+    return ids;
+}
+
+} // namespace
+
+class BenchReading : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase() { Icons::useFallbackTheme(); }
+    void listUpdateAfterRefresh();
+    void openPrefetchedThread();
+};
+
+// A refresh of a 200-row page in which a few rows changed, one arrived at the top and one
+// left: the list on screen takes it row by row, never by a reset.
+void BenchReading::listUpdateAfterRefresh()
+{
+    ReadingAccount account;
+    auto state = account.makeState();
+    // The time between these two handlers is what the list and its view spend on the change:
+    // the model and view connect in between, and handlers run in the order they connected.
+    QElapsedTimer clock;
+    QList<double> applied;
+    QObject::connect(state.get(), &AppState::threadsChanged, [&clock] { clock.start(); });
+    ThreadListView view(state.get());
+    QObject::connect(state.get(), &AppState::threadsChanged,
+                     [&] { applied << clock.nsecsElapsed() / 1e6; });
+    view.resize(380, 900);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    AsyncTest::await(state->connect());
+    QTRY_COMPARE(state->activeFetches(), 0);
+    QCOMPARE(listedIds(*view.model()).size(), 200);
+    QSignalSpy resets(view.model(), &QAbstractItemModel::modelReset);
+    view.list()->setCurrentIndex(view.model()->index(view.model()->rowOf("t50"), 0));
+    QCOMPARE(state->selectedThreadIds(), QSet<QString>{"t50"});
+
+    // The two versions of the page, taken in turns.
+    const QList<QList<QJsonObject>> before = account.server.threads;
+    QList<QList<QJsonObject>> after = before;
+    after.removeAt(120);
+    for (int row : {3, 17, 60, 90, 150}) {
+        QJsonObject last = after[row].takeLast();
+        last["keywords"] = QJsonObject{{"$seen", true}, {"$flagged", true}};
+        last["preview"] = QStringLiteral("Edited: ") + last["preview"].toString();
+        after[row] << last;
+    }
+    after.prepend(account.shortThread(500));
+    after.first().last()["receivedAt"] = account.now.toUTC().toString(Qt::ISODate);
+
+    bool flip = false;
+    applied.clear();
+    QBENCHMARK
+    {
+        flip = !flip;
+        account.server.threads = flip ? after : before;
+        AsyncTest::await(state->refresh());
+    }
+    QCOMPARE(listedIds(*view.model()).size(), 200);
+    QCOMPARE(listedIds(*view.model()).first(), flip ? QString("t500") : QString("long"));
+    QCOMPARE(resets.count(), 0);
+    QCOMPARE(view.list()->currentIndex().data(ThreadListModel::IdRole).toString(), QString("t50"));
+    qInfo("applying the change to the list model and its view: median %.2f ms of %d refreshes "
+          "(min %.2f, max %.2f)",
+          median(applied), int(applied.size()), *std::min_element(applied.cbegin(), applied.cend()),
+          *std::max_element(applied.cbegin(), applied.cend()));
+}
+
+// Moving to the next conversation when it was fetched ahead: the row is selected and the
+// reader holds its messages, with the bodies handed to their web views, in one turn of the
+// event loop. The network holds every answer meanwhile, so none can take part.
+void BenchReading::openPrefetchedThread()
+{
+    ReadingAccount account;
+    // A second long conversation next to the first, both among the rows fetched ahead.
+    account.server.threads.insert(1, account.conversation("other", 10, 3));
+    auto state = account.makeState();
+    MainWindow window(state.get());
+    window.resize(1280, 800);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QTRY_COMPARE_WITH_TIMEOUT(state->threads().size(), 200, 20000);
+    QTRY_VERIFY(state->threadCache().contains("other"));
+    QTRY_COMPARE(state->activeFetches(), 0);
+
+    QListView* list = window.threadList()->list();
+    ThreadListModel* model = window.threadList()->model();
+    ThreadDetailView* reader = window.reader();
+    const QModelIndex rows[] = {model->index(model->rowOf("long"), 0),
+                                model->index(model->rowOf("other"), 0)};
+    // The first opening of a web view starts the web engine: not part of moving on.
+    list->setCurrentIndex(rows[0]);
+    QTRY_VERIFY_WITH_TIMEOUT(reader->messageViews().size() == 10 &&
+                                 reader->messageViews().last()->webView() &&
+                                 reader->messageViews().last()->webView()->contentHeight() > 0,
+                             60000);
+    QTRY_COMPARE(state->activeFetches(), 0);
+
+    account.network.setHolding(true);
+    int turn = 0;
+    QBENCHMARK
+    {
+        turn = 1 - turn;
+        list->setCurrentIndex(rows[turn]);
+        // The views of the conversation left behind go now, as they would in this turn.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+    const QString shown = turn ? QStringLiteral("other") : QStringLiteral("long");
+    QCOMPARE(reader->messageViews().size(), 10);
+    QCOMPARE(reader->messageViews().first()->emailId(), shown + "-1");
+    int bodies = 0;
+    for (MessageView* message : reader->messageViews())
+        bodies += message->webView() != nullptr;
+    QCOMPARE(bodies, 3);
+    account.network.setHolding(false);
+    account.network.releaseAll();
+    QTRY_COMPARE(state->activeFetches(), 0);
+}
+
+int main(int argc, char** argv)
+{
+    qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--no-sandbox --disable-gpu");
+    MailWebView::registerSchemes();
+    QApplication app(argc, argv);
+    BenchReading bench;
+    return QTest::qExec(&bench, argc, argv);
+}
+
+#include "bench_reading.moc"
