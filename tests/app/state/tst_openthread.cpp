@@ -123,7 +123,9 @@ void TestOpenThread::cachedThreadShowsAtOnceAndKeepsTheUsersArrangement()
     f.server.add(FakeMailServer::email("e5b", "t5", "in", 600, false));
     auto state = f.connected();
     const auto before = f.network.batches().size();
-    // t5 came with the first eight: it is on screen before its fresh copy is answered.
+    // t5 came with the first eight: it is on screen in the same turn, while the network holds
+    // every answer back.
+    f.network.setHolding(true);
     state->setSelectedThreadId(QStringLiteral("t5"));
     state->threadSelectionChanged();
     QCOMPARE(openIds(*state), (QStringList{"e5b", "e5"}));
@@ -131,6 +133,8 @@ void TestOpenThread::cachedThreadShowsAtOnceAndKeepsTheUsersArrangement()
     state->toggleExpanded(QStringLiteral("e5b"));
     QCOMPARE(state->focusedEmailId(), std::optional<QString>("e5b"));
     QCOMPARE(state->expandedEmailIds(), QSet<QString>{"e5"});
+    f.network.setHolding(false);
+    f.network.releaseAll();
     // The fresh copy replaces the messages and leaves expansion and focus alone; its four
     // neighbours are fetched ahead, those not cached yet, in one call.
     QTRY_VERIFY(!state->isLoadingThread());
@@ -146,11 +150,24 @@ void TestOpenThread::cachedThreadShowsAtOnceAndKeepsTheUsersArrangement()
     QCOMPARE(threadFetches(f.server, {"t9", "t10"}), 1);
 
     // The first row has only the two below as neighbours, both cached: no prefetch.
-    const auto requests = f.network.batches().size();
+    auto requests = f.network.batches().size();
     select(*state, "t1");
     QTRY_VERIFY(!state->isLoadingThread());
     StateFixture::settle(*state);
     QCOMPARE(f.network.batches().size(), requests + 1);
+
+    // A thread not fetched ahead is on screen after one round trip; then t11 is fetched ahead.
+    requests = f.network.batches().size();
+    f.network.setHolding(true);
+    select(*state, "t12");
+    QVERIFY(openIds(*state).isEmpty());
+    QTRY_COMPARE(f.network.heldCount(), 1);
+    f.network.setHolding(false);
+    f.network.release(0);
+    QTRY_COMPARE(openIds(*state), QStringList{"e12"});
+    StateFixture::settle(*state);
+    QCOMPARE(f.network.batches().size(), requests + 2);
+    QCOMPARE(threadFetches(f.server, {"t11"}), 1);
 
     // Two selected threads close the reader.
     state->setFocusedEmailId(QStringLiteral("e1"));

@@ -58,6 +58,16 @@ void TestThreadList::firstPageArrivesWithConnectAndPrefetchesTheTop()
     QCOMPARE(state->totalThreads(), qint64(12));
     QVERIFY(!state->isLoadingList());
     QCOMPARE(loading.count(), 2);
+    // One session, then at most four round trips until the first page is on screen.
+    int sessions = 0;
+    for (const RecordedRequest& request : f.network.requests())
+        sessions += request.url == FakeNetwork::sessionUrl();
+    QCOMPARE(sessions, 1);
+    const QList<RecordedRequest> batches = f.network.batches();
+    qsizetype page = 0;
+    while (page < batches.size() && batches.at(page).methodNames().value(0) != "Email/query")
+        ++page;
+    QVERIFY2(page < 4, qPrintable(QString::number(page + 1)));
     // The list's senders feed address suggestions, without counting as uses.
     QVERIFY(state->addressBook().entries.contains("e3@example.com"));
     QCOMPARE(state->addressBook().entries.value("e3@example.com").uses, 0);
@@ -68,9 +78,12 @@ void TestThreadList::firstPageArrivesWithConnectAndPrefetchesTheTop()
     QVERIFY(state->threadCache().contains("t8"));
     QVERIFY(!state->threadCache().contains("t9"));
 
-    // A refresh of the same list prefetches nothing that the cache already holds.
+    // A refresh of the same list takes the counts and the page, a round trip each, and
+    // prefetches nothing that the cache already holds.
+    const auto before = f.network.batches().size();
     await(state->refresh());
     StateFixture::settle(*state);
+    QCOMPARE(f.network.batches().size(), before + 2);
     QCOMPARE(f.server.batchesWith("Thread/get").size(), 1);
 }
 
@@ -82,7 +95,10 @@ void TestThreadList::furtherPageAddsOnlyUnlistedThreads()
     state->setSelectedThreadId(QStringLiteral("t2"));
     // New mail moves the server's positions: the next page starts with a listed thread.
     f.server.add(FakeMailServer::email("e0", "t0", "in", 0));
+    const auto before = f.network.batches().size();
     await(state->loadThreads(false));
+    StateFixture::settle(*state);
+    QCOMPARE(f.network.batches().size(), before + 1); // the page, and no prefetch
     const RecordedRequest page = f.server.batchesWith("Email/query").constLast();
     QCOMPARE(page.callArguments("query").value("position").toInt(), 3);
     QCOMPARE(page.callArguments("query").value("limit").toInt(), 3);
