@@ -5,6 +5,7 @@
 
 #include <QLocale>
 #include <QMimeData>
+#include <QSet>
 #include <QTimeZone>
 #include <QTimer>
 #include <algorithm>
@@ -91,7 +92,18 @@ void ThreadListModel::rebuild()
 
 void ThreadListModel::update(const QList<Item>& items)
 {
+    QSet<QString> kept;
+    kept.reserve(items.size());
+    for (const Item& item : items)
+        kept.insert(item.id);
     for (int target = 0; target < items.size(); ++target) {
+        // A row that left goes at once: sliding it down past the rows below would move each
+        // of them, a signal apiece for the view and assistive technology.
+        while (target < m_items.size() && !kept.contains(m_items.at(target).id)) {
+            beginRemoveRows({}, target, target);
+            m_items.removeAt(target);
+            endRemoveRows();
+        }
         const Item& wanted = items.at(target);
         int found = -1;
         for (int row = target; row < m_items.size(); ++row)

@@ -142,11 +142,16 @@ void TestThreadList::refreshesChangeRowsInPlace()
     server->threads.prepend(FakeMailServer::thread("T0", "Bo Lind", "New", now, 1, false));
     server->threads[4].last()["subject"] = "Renamed";
     network->clearRequests();
+    QSignalSpy moves(view.model(), &QAbstractItemModel::rowsMoved);
+    QSignalSpy removals(view.model(), &QAbstractItemModel::rowsRemoved);
     state->refresh();
     QTRY_VERIFY(footer.status() == "Fetching mail…");
     QTRY_COMPARE(rowTexts(*view.model()).mid(0, 5), QStringList({"T0", "T1", "T3", "T4", "T5"}));
     QTRY_VERIFY(!state->isLoadingList());
     QCOMPARE(resets.size(), 0);
+    // T2 leaves as one removal; the rows below it stay where they are.
+    QCOMPARE(removals.size(), 1);
+    QCOMPARE(moves.size(), 0);
     QVERIFY(selected.isValid());
     QCOMPARE(selected.row(), 2);
     QVERIFY(view.list()->selectionModel()->isSelected(selected));
