@@ -81,6 +81,7 @@ private Q_SLOTS:
     void spamGoesToTheChosenFolderOrJunk();
     void markAllReadRunsInRounds();
     void notificationArchivePatchesOneMessage();
+    void demoMailMovesOnScreen();
 };
 
 void TestActions::archiveSelectsTheNextThread_data()
@@ -456,6 +457,30 @@ void TestActions::notificationArchivePatchesOneMessage()
              QJsonObject({{"e2", QJsonObject{{"mailboxIds/in", QJsonValue::Null},
                                              {"mailboxIds/arch", true}}}}));
     QCOMPARE(mailboxesOf(f.server, "e2"), QStringList{"arch"});
+}
+
+void TestActions::demoMailMovesOnScreen()
+{
+    StateFixture f;
+    auto state = f.make(50, [](AppEnvironment& env) { env.demo = true; });
+    state->loadDemoData();
+    QUndoStack stack;
+    state->setWindowServices({&stack, {}, {}});
+    const QStringList listed = threadIds(*state);
+    QVERIFY(listed.size() > 2);
+    state->setSelectedThreadId(listed.at(1));
+    const qsizetype before = f.network.requests().size();
+
+    state->perform(MailAction::Archive);
+    QCOMPARE(state->toast()->message, QStringLiteral("Conversation archived"));
+    QCOMPARE(state->selectedThreadId(), std::optional(listed.at(2)));
+    QVERIFY(!threadIds(*state).contains(listed.at(1)));
+    // It stays archived when the inbox is shown again, and the undo brings it back.
+    state->mailboxChanged();
+    QVERIFY(!threadIds(*state).contains(listed.at(1)));
+    stack.undo();
+    QCOMPARE(threadIds(*state), listed);
+    QCOMPARE(f.network.requests().size(), before);
 }
 
 QTEST_GUILESS_MAIN(TestActions)
