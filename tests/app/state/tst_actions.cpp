@@ -82,6 +82,7 @@ private Q_SLOTS:
     void markAllReadRunsInRounds();
     void notificationArchivePatchesOneMessage();
     void demoMailMovesOnScreen();
+    void folderChoicesAreSaved();
 };
 
 void TestActions::archiveSelectsTheNextThread_data()
@@ -473,6 +474,44 @@ void TestActions::demoMailMovesOnScreen()
     stack.undo();
     QCOMPARE(threadIds(*state), listed);
     QCOMPARE(f.network.requests().size(), before);
+}
+
+void TestActions::folderChoicesAreSaved()
+{
+    StateFixture f;
+    QJsonObject projects = FakeMailServer::mailbox("p", "Projects", "", 10);
+    QJsonObject veldrin = FakeMailServer::mailbox("v", "Veldrin", "", 11);
+    veldrin.insert("parentId", "p");
+    // Parent links that loop do not hold the walk up.
+    QJsonObject loopA = FakeMailServer::mailbox("la", "Loop A", "", 12);
+    loopA.insert("parentId", "lb");
+    QJsonObject loopB = FakeMailServer::mailbox("lb", "Loop B", "", 13);
+    loopB.insert("parentId", "la");
+    for (const QJsonObject& box : {projects, veldrin, loopA, loopB})
+        f.server.mailboxes.append(box);
+    auto state = connected(f);
+    state->toggleCollapsed("p");
+    state->toggleCollapsed("lb");
+
+    state->goToMailbox(*state->mailbox(QStringLiteral("v")));
+    QCOMPARE(state->selectedMailboxId(), std::optional<QString>("v"));
+    state->goToMailbox(*state->mailbox(QStringLiteral("la")));
+    QCOMPARE(state->selectedMailboxId(), std::optional<QString>("la"));
+    state->setHidesWhenEmpty("v", true);
+    state->setShowsTotalCount("in", true);
+    state->setShowsTotalCount("in", true);
+    state->moveMailbox("sent", 0);
+    AppConfig saved = state->configStore().load();
+    QCOMPARE(saved.collapsedMailboxes, QStringList());
+    QCOMPARE(saved.hideWhenEmpty, QStringList{"v"});
+    QCOMPARE(saved.showTotalCount, QStringList{"in"});
+    QVERIFY(state->hidesWhenEmpty("v") && state->showsTotalCount("in"));
+    QCOMPARE(saved.mailboxOrder.value(0), QStringLiteral("sent"));
+
+    state->setHidesWhenEmpty("v", false);
+    state->resetFolderOrder();
+    saved = state->configStore().load();
+    QVERIFY(saved.hideWhenEmpty.isEmpty() && saved.mailboxOrder.isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestActions)
