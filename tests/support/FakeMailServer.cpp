@@ -11,14 +11,17 @@ namespace {
 const QDateTime epoch = QDateTime(QDate(2026, 3, 2), QTime(12, 0), QTimeZone::utc());
 
 // The mailbox and the words of a filter, however it is nested.
-void readFilter(const QJsonObject& filter, QString& mailbox, QStringList& words)
+void readFilter(const QJsonObject& filter, QString& mailbox, QStringList& words,
+                QString& notKeyword)
 {
+    if (filter.contains(QStringLiteral("notKeyword")))
+        notKeyword = filter.value(QStringLiteral("notKeyword")).toString();
     if (filter.contains(QStringLiteral("inMailbox")))
         mailbox = filter.value(QStringLiteral("inMailbox")).toString();
     if (filter.contains(QStringLiteral("text")))
         words.append(filter.value(QStringLiteral("text")).toString());
     for (const QJsonValue& condition : filter.value(QStringLiteral("conditions")).toArray())
-        readFilter(condition.toObject(), mailbox, words);
+        readFilter(condition.toObject(), mailbox, words, notKeyword);
 }
 
 QJsonObject mailboxRecord(const char* id, const char* name, const char* role, int order)
@@ -29,6 +32,19 @@ QJsonObject mailboxRecord(const char* id, const char* name, const char* role, in
 }
 
 } // namespace
+
+QJsonObject FakeMailServer::mailbox(const QString& id, const QString& name, const QString& role,
+                                    int sortOrder)
+{
+    QJsonObject record = mailboxRecord("", "", "", sortOrder);
+    record.insert("id", id);
+    record.insert("name", name);
+    if (role.isEmpty())
+        record.insert("role", QJsonValue::Null);
+    else
+        record.insert("role", role);
+    return record;
+}
 
 FakeMailServer::FakeMailServer(FakeNetwork& network) : m_network(network)
 {
@@ -100,7 +116,9 @@ QJsonObject FakeMailServer::query(const QJsonObject& arguments)
 {
     QString mailbox;
     QStringList words;
-    readFilter(arguments.value("filter").toObject(), mailbox, words);
+    QString notKeyword;
+    readFilter(arguments.value("filter").toObject(), mailbox, words, notKeyword);
+    const bool collapse = arguments.value("collapseThreads").toBool();
     QList<QJsonObject> sorted = emails;
     std::stable_sort(sorted.begin(), sorted.end(), [](const QJsonObject& a, const QJsonObject& b) {
         return a.value("receivedAt").toString() > b.value("receivedAt").toString();
@@ -115,8 +133,10 @@ QJsonObject FakeMailServer::query(const QJsonObject& arguments)
                 return subject.contains(word, Qt::CaseInsensitive);
             }))
             continue;
+        if (!notKeyword.isEmpty() && candidate.value("keywords").toObject().contains(notKeyword))
+            continue;
         const QString thread = candidate.value("threadId").toString();
-        if (threads.contains(thread))
+        if (collapse && threads.contains(thread))
             continue;
         threads.insert(thread);
         anchors.append(candidate.value("id").toString());
@@ -183,11 +203,17 @@ QJsonObject FakeMailServer::getThreads(const QJsonObject& arguments)
 QJsonObject FakeMailServer::setEmails(const QJsonObject& arguments)
 {
     QJsonObject updated;
+    QJsonObject notUpdated;
     const QJsonObject patches = arguments.value("update").toObject();
     for (auto patch = patches.constBegin(); patch != patches.constEnd(); ++patch) {
         QJsonObject* target = find(patch.key());
         if (!target)
             continue;
+        if (refusing.contains(patch.key())) {
+            notUpdated.insert(patch.key(), QJsonObject{{"type", "forbidden"},
+                                                       {"description", "refused by the server"}});
+            continue;
+        }
         const QJsonObject changes = patch.value().toObject();
         for (auto change = changes.constBegin(); change != changes.constEnd(); ++change) {
             const QStringList path = change.key().split('/');
@@ -202,5 +228,8 @@ QJsonObject FakeMailServer::setEmails(const QJsonObject& arguments)
         }
         updated.insert(patch.key(), QJsonValue::Null);
     }
-    return QJsonObject{{"updated", updated}};
+    QJsonObject answer{{"updated", updated}};
+    if (!notUpdated.isEmpty())
+        answer.insert("notUpdated", notUpdated);
+    return answer;
 }

@@ -6,6 +6,7 @@
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QList>
+#include <QSet>
 #include <QStringList>
 
 // A small mail account behind a FakeNetwork: it answers the list, thread and keyword calls from
@@ -22,6 +23,12 @@ public:
     QJsonArray mailboxes;
     // Full Email objects; the newest receivedAt comes first in the list.
     QList<QJsonObject> emails;
+    // Email/set answers these ids with notUpdated and leaves them as they are.
+    QSet<QString> refusing;
+
+    // A Mailbox object with empty counts, for adding to `mailboxes`.
+    static QJsonObject mailbox(const QString& id, const QString& name, const QString& role,
+                               int sortOrder);
 
     // An email in one mailbox, received `minutesAgo` before a fixed moment; its Message-ID is
     // "<id@example.com>", its subject "Subject <threadId>".

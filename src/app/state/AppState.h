@@ -17,6 +17,8 @@
 #include "mail/MailThread.h"
 
 #include <QCoroTask>
+#include <QJsonObject>
+#include <QMap>
 #include <QObject>
 #include <QPointer>
 #include <QSet>
@@ -30,6 +32,7 @@
 #include <optional>
 
 class QNetworkAccessManager;
+class MoveCommand;
 class PushListener;
 class RefreshLoop;
 
@@ -62,7 +65,11 @@ struct AppEnvironment
         std::chrono::milliseconds minimumRefreshInterval{15000};
         std::chrono::milliseconds pushFirstDelay{2000};
         std::chrono::milliseconds pushMaximumDelay{60000};
+        // The unit of a toast's lifetime, which callers give in seconds.
+        std::chrono::milliseconds toastSecond{1000};
     } timing;
+    // How many messages one request of "Mark All as Read" marks.
+    qint64 markAllReadBatchSize = 500;
 
     // The real keychain, the settings file in the home directory, the desktop's file manager
     // and the user's cache and Downloads folders.
@@ -302,6 +309,8 @@ Q_SIGNALS:
     void showsShortcutsChanged();
 
 private:
+    friend class MoveCommand;
+
     void setHasToken(bool value);
     void setIsConnected(bool value);
     void setAccountName(const std::optional<QString>& name);
@@ -343,6 +352,46 @@ private:
     // Puts a thread's messages on show; a real opening also chooses what is expanded and
     // where the reader scrolls to. Gives the messages now on show.
     QList<Email> show(const QList<Email>& emails, bool opening);
+    // The message the reader is about: the first expanded one, else the last; absent when none.
+    std::optional<Email> openingEmail() const;
+    // Runs the action that a row's context menu left for its thread, once it has opened.
+    void performPendingAction();
+
+    // Acting on threads.
+    // Which way a move runs on the undo stack: a new move registers its reverse; the stack's own
+    // undo and redo do not.
+    enum class MoveKind
+    {
+        First,
+        Undo,
+        Redo,
+    };
+    void moveSelectedThreads(const QString& role);
+    // The local change, the undo entry, the toast, then the server; the task may be dropped.
+    QCoro::Task<> move(const QList<Email>& emails, const QSet<QString>& threadIds,
+                       const QString& source, const QString& target, bool announce,
+                       MoveKind kind = MoveKind::First);
+    static QCoro::Task<> runMove(QPointer<AppState> self, std::shared_ptr<MailService> service,
+                                 QList<Email> emails, QString source, QString target);
+    void toggleRead();
+    void toggleFlag();
+    // The mailbox that "send and archive" takes a message out of; absent when there is none.
+    std::optional<QString> archivableMailbox(const Email& email) const;
+    static QCoro::Task<> runMarkAllRead(QPointer<AppState> self,
+                                        std::shared_ptr<MailService> service, QString mailboxId,
+                                        qint64 batchSize);
+    static QCoro::Task<> runArchiveFromInbox(QPointer<AppState> self,
+                                             std::shared_ptr<MailService> service,
+                                             QMap<QString, QJsonObject> patch);
+
+    // The keyboard.
+    void stepSelection(int delta);
+    void stepMessage(int delta);
+    void stepPane(int delta);
+    void toggleFocusedMessage();
+    void toggleFocusedDetails();
+    void scrollReader(double pages, double lines);
+    void setFocusedPane(Pane pane);
 
     // Received attachments.
     static QCoro::Task<> runQuickLook(QPointer<AppState> self, BodyPart part);
@@ -401,6 +450,8 @@ private:
     std::optional<QString> m_focusedEmailId;
     int m_messageScrollRequest = 0;
     quint64 m_threadGeneration = 0;
+    // An action of a row's context menu that waits for its thread to open.
+    std::optional<std::pair<QString, MailAction>> m_pendingAction;
 
     // Attachments.
     std::optional<QString> m_quickLookPath;

@@ -80,6 +80,7 @@ QCoro::Task<> AppState::loadOpenThread()
         if (m_focusedEmailId && !idsOf(emails).contains(*m_focusedEmailId))
             setFocusedEmailId(std::nullopt);
         setIsLoadingThread(false);
+        performPendingAction();
         co_return;
     }
 
@@ -122,6 +123,7 @@ QCoro::Task<> AppState::loadOpenThread()
     show(answer, opening);
     setIsLoadingThread(false);
     prefetchThreads(*id);
+    performPendingAction();
 
     // Only now, so that the list and the reader first show what was unread. A thread left
     // meanwhile is still marked: it did arrive.
