@@ -51,6 +51,18 @@ ThreadListView::ThreadListView(AppState* state, QWidget* parent)
     m_stack = new QStackedWidget(this);
     layout->addWidget(m_stack, 1);
 
+    // Rows that leave take their selection with them; that is the state's to decide (it selects
+    // the next thread after a move), not a choice of the user's. Connected before the list's
+    // selection model exists, so that these run before it drops the rows.
+    const auto hold = [this] { m_syncing = true; };
+    const auto release = [this] {
+        m_syncing = false;
+        selectionFromState();
+    };
+    QObject::connect(m_model, &QAbstractItemModel::rowsAboutToBeRemoved, this, hold);
+    QObject::connect(m_model, &QAbstractItemModel::rowsAboutToBeMoved, this, hold);
+    QObject::connect(m_model, &QAbstractItemModel::rowsRemoved, this, release);
+    QObject::connect(m_model, &QAbstractItemModel::rowsMoved, this, release);
     m_list = new ThreadRowsView(m_stack);
     m_list->setObjectName(QStringLiteral("threadListView"));
     m_list->setAccessibleName(tr("Conversations"));
