@@ -12,11 +12,29 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QStyledItemDelegate>
 #include <QVBoxLayout>
 
 namespace {
+
 constexpr int IdRole = Qt::UserRole + 1;
-}
+constexpr int DepthRole = Qt::UserRole + 2;
+
+// Indents a row, icon and all, by its depth in the tree, as the sidebar does.
+class IndentDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
+    {
+        QStyledItemDelegate::initStyleOption(option, index);
+        option->rect.adjust(index.data(DepthRole).toInt() * 16, 0, 0, 0);
+    }
+};
+
+} // namespace
 
 FolderPickerView::FolderPickerView(AppState* state, QWidget* parent)
     : QDialog(parent), m_state(state)
@@ -37,6 +55,7 @@ FolderPickerView::FolderPickerView(AppState* state, QWidget* parent)
     m_list->setAccessibleName(tr("Folders"));
     m_list->setIconSize(QSize(16, 16));
     m_list->setUniformItemSizes(true);
+    m_list->setItemDelegate(new IndentDelegate(m_list));
     layout->addWidget(m_list, 1);
     auto* footer = new QHBoxLayout();
     m_footer = new QLabel(this);
@@ -116,12 +135,11 @@ void FolderPickerView::fill()
         for (const MailboxNode& node : tree)
             if (node.mailbox.id == mailbox.id)
                 depth = node.depth;
-        // Indented like the sidebar while the whole tree shows; flat once filtered.
-        const QString indent = m_filter->text().isEmpty() ? QString(depth * 4, u' ') : QString();
         auto* item = new QListWidgetItem(Icons::icon(MailboxListModel::iconName(mailbox.role)),
-                                         indent + mailbox.name, m_list);
+                                         mailbox.name, m_list);
         item->setData(IdRole, mailbox.id);
-        item->setData(Qt::AccessibleTextRole, mailbox.name);
+        // Indented like the sidebar while the whole tree shows; flat once filtered.
+        item->setData(DepthRole, m_filter->text().isEmpty() ? depth : 0);
         if (mailbox.id == before)
             current = i;
     }

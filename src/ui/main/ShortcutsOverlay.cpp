@@ -8,6 +8,7 @@
 #include <QAccessible>
 #include <QEvent>
 #include <QFontDatabase>
+#include <QFrame>
 #include <QGridLayout>
 #include <QLabel>
 #include <QMouseEvent>
@@ -82,7 +83,9 @@ ShortcutsOverlay::ShortcutsOverlay(AppState* state, QWidget* parent)
     setObjectName(QStringLiteral("shortcutsOverlay"));
     setAccessibleName(tr("Keyboard Shortcuts"));
     setAttribute(Qt::WA_NoSystemBackground);
-    m_panel = new QWidget(this);
+    auto* panel = new QFrame(this);
+    panel->setFrameShape(QFrame::StyledPanel);
+    m_panel = panel;
     m_panel->setObjectName(QStringLiteral("shortcutsPanel"));
     m_panel->setAutoFillBackground(true);
     m_panel->setBackgroundRole(QPalette::Window);
@@ -212,7 +215,7 @@ void ShortcutsOverlay::rebuild()
 void ShortcutsOverlay::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    painter.fillRect(rect(), QColor(0, 0, 0, 110));
+    painter.fillRect(rect(), QColor(0, 0, 0, 130));
 }
 
 void ShortcutsOverlay::mousePressEvent(QMouseEvent* event)
