@@ -30,10 +30,14 @@
 #include <QMimeData>
 #include <QPainter>
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QSpinBox>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QToolBar>
 #include <QUndoStack>
+#include <QWebEngineView>
 
 namespace {
 
@@ -101,6 +105,7 @@ private Q_SLOTS:
     void init();
     void keysArchiveUndoAndMove();
     void keysFollowTheFocus();
+    void keyContextOfTheFocusedWidget();
     void overlayAndFolderPicker();
     void menusShowTheKeysOfTheSettings();
     void contextMenusAndDrops();
@@ -128,6 +133,9 @@ void TestMainActions::init()
                                               now.addSecs(-60))
                     << FakeMailServer::thread("T2", "Bo Lind", "Lunch", now.addSecs(-3600))
                     << FakeMailServer::thread("T3", "Cleo Dahl", "Tickets", now.addSecs(-7200));
+    // A long body, so that the reader has room to scroll.
+    server->threads[1][0]["bodyValues"] =
+        QJsonObject{{"1", QJsonObject{{"value", "<div style='height:1500px'>Lunch?</div>"}}}};
     network->respondTo("Mailbox/get",
                        QJsonObject{{"list", QJsonArray{mailbox("inbox", "Inbox", "inbox", 1),
                                                        mailbox("archive", "Archive", "archive", 2),
@@ -208,7 +216,6 @@ void TestMainActions::keysArchiveUndoAndMove()
     QCOMPARE(toast->keyHint()->text(), QString("Ctrl+Z"));
     QCOMPARE(window->menus()->undoAction()->text(), QString("Undo Move to Archive"));
     QTRY_VERIFY(parked.contains("T1"));
-    screenshot(window.get(), "toast");
 
     // Once the toast has gone, Ctrl+Z still takes the move back, through the undo stack.
     state->dismissToast();
@@ -257,17 +264,26 @@ void TestMainActions::keysFollowTheFocus()
     type(window.get(), 'k');
     QCOMPARE(state->selectedThreadIds(), QSet<QString>{"T2"});
 
-    // A click in the reader gives it the keys and rings the focused message, yet the click
-    // still reaches the header, which opens the message.
+    // A click in the reader gives it the keys and rings the focused message; there the arrow
+    // keys scroll by a line.
     ThreadDetailView* reader = window->reader();
     QTRY_COMPARE(reader->messageViews().size(), 1);
     MessageView* message = reader->messageViews().first();
-    const bool wasExpanded = message->isExpanded();
-    QTest::mouseClick(message->header(), Qt::LeftButton);
+    QScrollBar* scroll = reader->scrollArea()->verticalScrollBar();
+    QTRY_VERIFY(scroll->maximum() > 200);
+    QTest::mouseClick(reader->subjectLabel(), Qt::LeftButton);
     QCOMPARE(state->focusedPane(), AppState::Pane::Reader);
     QTRY_VERIFY(message->isOutlined());
-    QCOMPARE(message->isExpanded(), !wasExpanded);
     QVERIFY(!list->hasFocus());
+    press(window.get(), Qt::Key_Down);
+    QTRY_COMPARE(scroll->value(), 40);
+    press(window.get(), Qt::Key_Up);
+    QTRY_COMPARE(scroll->value(), 0);
+    // The click still reaches what it was meant for: the header opens and closes the message.
+    QVERIFY(message->isExpanded());
+    QTest::mouseClick(message->header(), Qt::LeftButton);
+    QTRY_VERIFY(!message->isExpanded());
+    QCOMPARE(state->focusedPane(), AppState::Pane::Reader);
 
     // Escape in the reader goes back to the list; Escape in the list closes the thread.
     press(window.get(), Qt::Key_Escape);
@@ -281,6 +297,41 @@ void TestMainActions::keysFollowTheFocus()
     // The sidebar taking the focus by mouse or Tab tells the state.
     window->sidebar()->list()->setFocus(Qt::TabFocusReason);
     QTRY_COMPARE(state->focusedPane(), AppState::Pane::Sidebar);
+}
+
+// What the key dispatch is told about where a key was pressed.
+void TestMainActions::keyContextOfTheFocusedWidget()
+{
+    auto state = makeState();
+    MainWindow window(state.get());
+    QWidget other;
+    auto* otherField = new QLineEdit(&other);
+    auto* webView = new QWebEngineView(window.reader());
+    auto* insideWeb = new QWidget(webView);
+    auto* plain = new QPushButton(&window);
+    auto* spin = new QSpinBox(&window);
+    const auto context = [](KeyContext::Window where, KeyContext::Focus focus) {
+        KeyContext result;
+        result.window = where;
+        result.focus = focus;
+        return result;
+    };
+    using W = KeyContext::Window;
+    using F = KeyContext::Focus;
+    const QList<std::pair<QWidget*, KeyContext>> rows{
+        {window.threadList()->searchField(), context(W::Main, F::Text)},
+        {spin, context(W::Main, F::Text)},
+        {window.threadList()->list(), context(W::Main, F::ItemView)},
+        {window.sidebar()->list(), context(W::Main, F::ItemView)},
+        {insideWeb, context(W::Main, F::WebView)},
+        {webView, context(W::Main, F::WebView)},
+        {plain, context(W::Main, F::Other)},
+        {&window, context(W::Main, F::None)},
+        {otherField, context(W::Other, F::Text)},
+    };
+    for (const auto& [widget, expected] : rows)
+        QCOMPARE(KeyMonitor::context(widget), expected);
+    QCOMPARE(KeyMonitor::context(nullptr), context(W::None, F::None));
 }
 
 void TestMainActions::overlayAndFolderPicker()
