@@ -528,6 +528,30 @@ void TestMainActions::contextMenusAndDrops()
     QVERIFY(threadIds(state.get()).isEmpty());
     QCOMPARE(window->toast()->messageLabel()->text(), QString("2 conversations moved to Projects"));
     QVERIFY(sidebar->list()->dropTargetId().isEmpty());
+
+    // A row dragged within the sidebar lands before the row it is dropped on, and is kept.
+    const auto rowIds = [boxes] {
+        QStringList ids;
+        for (int row = 0; row < boxes->rowCount(); ++row)
+            ids << boxes->index(row).data(MailboxListModel::IdRole).toString();
+        return ids;
+    };
+    QCOMPARE(rowIds(), QStringList({"inbox", "archive", "projects"}));
+    std::unique_ptr<QMimeData> dragged(boxes->mimeData({boxes->index(boxes->rowOf("projects"))}));
+    const QRect archiveRow = boxList->visualRect(boxes->index(boxes->rowOf("archive")));
+    const QPoint upperHalf(archiveRow.center().x(), archiveRow.top() + 2);
+    QDragEnterEvent enter(upperHalf, Qt::CopyAction, dragged.get(), Qt::LeftButton, {});
+    QCoreApplication::sendEvent(boxList->viewport(), &enter);
+    QDropEvent dropped(upperHalf, Qt::CopyAction, dragged.get(), Qt::LeftButton, {});
+    QCoreApplication::sendEvent(boxList->viewport(), &dropped);
+    QVERIFY(dropped.isAccepted());
+    QCOMPARE(rowIds(), QStringList({"inbox", "projects", "archive"}));
+    QVERIFY(!state->configStore().load().mailboxOrder.isEmpty());
+    boxMenu.reset(sidebar->contextMenu(boxes->index(0)));
+    QAction* reset = boxMenu->actions().at(5);
+    QVERIFY(reset->isEnabled());
+    reset->trigger();
+    QCOMPARE(rowIds(), QStringList({"inbox", "archive", "projects"}));
 }
 
 // The overlay, a toast and the folder picker over the demo account, for a person to look at.
