@@ -17,6 +17,7 @@
 #include "mail/MailThread.h"
 
 #include <QCoroTask>
+#include <QHash>
 #include <QJsonObject>
 #include <QMap>
 #include <QObject>
@@ -452,6 +453,8 @@ private:
     quint64 m_threadGeneration = 0;
     // An action of a row's context menu that waits for its thread to open.
     std::optional<std::pair<QString, MailAction>> m_pendingAction;
+    // Demo mode: where moves have put made-up messages, by email id.
+    QHash<QString, QMap<QString, bool>> m_demoMailboxIds;
 
     // Attachments.
     std::optional<QString> m_quickLookPath;

@@ -281,8 +281,18 @@ QCoro::Task<> AppState::move(const QList<Email>& emails, const QSet<QString>& th
         }
     }
 
-    if (!m_service)
+    if (!m_service) {
+        // Made-up mail keeps its moves in memory; the list then reads them like a refresh.
+        for (const Email& email : emails) {
+            QMap<QString, bool> mailboxIds = m_demoMailboxIds.value(email.id, email.mailboxIds);
+            mailboxIds.remove(source);
+            mailboxIds.insert(target, true);
+            m_demoMailboxIds.insert(email.id, mailboxIds);
+        }
+        if (m_selectedMailboxId == target)
+            showDemoThreads();
         return nothing();
+    }
     return runMove(this, m_service, emails, source, target);
 }
 

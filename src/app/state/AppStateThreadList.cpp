@@ -127,7 +127,9 @@ void AppState::showDemoThreads()
     // the search words all appear in.
     const QStringList words = m_searchText.split(u' ', Qt::SkipEmptyParts);
     QList<MailThread> shown;
-    for (const MailThread& thread : DemoData::threads(QDateTime::currentDateTime())) {
+    for (MailThread thread : DemoData::threads(QDateTime::currentDateTime())) {
+        for (Email& email : thread.emails)
+            email.mailboxIds = m_demoMailboxIds.value(email.id, email.mailboxIds);
         bool inMailbox = false;
         QString text;
         for (const Email& email : thread.emails) {

@@ -70,7 +70,7 @@ class TestActions : public QObject
 private Q_SLOTS:
     void archiveSelectsTheNextThread_data();
     void archiveSelectsTheNextThread();
-    void movesTakeOnlyWhatIsInTheMailboxOnShow();
+    void movesThatCannotHappenAskNothing();
     void undoAndRedoRunThroughTheWindowStack();
     void refusedChangesAreReportedAndReadBack_data();
     void refusedChangesAreReportedAndReadBack();
@@ -81,6 +81,8 @@ private Q_SLOTS:
     void spamGoesToTheChosenFolderOrJunk();
     void markAllReadRunsInRounds();
     void notificationArchivePatchesOneMessage();
+    void demoMailMovesOnScreen();
+    void folderChoicesAreSaved();
 };
 
 void TestActions::archiveSelectsTheNextThread_data()
@@ -116,6 +118,8 @@ void TestActions::archiveSelectsTheNextThread()
 
     StateFixture f;
     f.server.addThreads(count);
+    // The user's reply to t1 lies in Sent, and stays there.
+    f.server.add(FakeMailServer::email("r1", "t1", "sent", 0));
     auto state = connected(f);
     state->setSelectedThreadIds(QSet<QString>(selected.cbegin(), selected.cend()));
     StateFixture::settle(*state);
@@ -142,40 +146,30 @@ void TestActions::archiveSelectsTheNextThread()
     QCOMPARE(lastUpdate(f.server), movePatch(emailIds, "in", "arch"));
     for (const QString& id : emailIds)
         QCOMPARE(mailboxesOf(f.server, id), QStringList{"arch"});
+    QCOMPARE(mailboxesOf(f.server, "r1"), QStringList{"sent"});
 }
 
-void TestActions::movesTakeOnlyWhatIsInTheMailboxOnShow()
+void TestActions::movesThatCannotHappenAskNothing()
 {
     StateFixture f;
     f.server.addThreads(2);
-    // The user's reply to t1 lies in Sent.
-    f.server.add(FakeMailServer::email("r1", "t1", "sent", 0));
     auto state = connected(f);
-    const Mailbox inbox = *state->mailboxWithRole("inbox");
-    const Mailbox archive = *state->mailboxWithRole("archive");
     const qsizetype before = f.network.batches().size();
     // Into the mailbox on show; a thread not listed; nothing selected.
-    QVERIFY(!state->moveThreads({"t1"}, inbox));
-    QVERIFY(!state->moveThreads({"t9"}, archive));
+    QVERIFY(!state->moveThreads({"t1"}, *state->mailboxWithRole("inbox")));
+    QVERIFY(!state->moveThreads({"t9"}, *state->mailboxWithRole("archive")));
     state->perform(MailAction::Archive);
     // The move picker needs a selection; the go-to picker does not.
     state->perform(MailAction::Move);
     QCOMPARE(state->folderPicker(), std::nullopt);
     state->perform(MailAction::GoToFolder);
     QCOMPARE(state->folderPicker(), std::optional(AppState::FolderPicker::GoTo));
-    QVERIFY(!state->toast());
-    QCOMPARE(state->threads().size(), 2);
-    QCOMPARE(f.network.batches().size(), before);
     state->setSelectedThreadId(QStringLiteral("t1"));
     state->perform(MailAction::Move);
     QCOMPARE(state->folderPicker(), std::optional(AppState::FolderPicker::Move));
-
-    // The sent reply stays where it is.
-    QVERIFY(state->moveThreads({"t1"}, archive));
-    QCOMPARE(state->toast()->message, QStringLiteral("Conversation archived"));
-    QTRY_COMPARE(f.server.batchesWith("Email/set").size(), 1);
-    QCOMPARE(lastUpdate(f.server), movePatch({"e1"}, "in", "arch"));
-    QCOMPARE(mailboxesOf(f.server, "r1"), QStringList{"sent"});
+    QVERIFY(!state->toast());
+    QCOMPARE(state->threads().size(), 2);
+    QCOMPARE(f.network.batches().size(), before);
 }
 
 void TestActions::undoAndRedoRunThroughTheWindowStack()
@@ -456,6 +450,68 @@ void TestActions::notificationArchivePatchesOneMessage()
              QJsonObject({{"e2", QJsonObject{{"mailboxIds/in", QJsonValue::Null},
                                              {"mailboxIds/arch", true}}}}));
     QCOMPARE(mailboxesOf(f.server, "e2"), QStringList{"arch"});
+}
+
+void TestActions::demoMailMovesOnScreen()
+{
+    StateFixture f;
+    auto state = f.make(50, [](AppEnvironment& env) { env.demo = true; });
+    state->loadDemoData();
+    QUndoStack stack;
+    state->setWindowServices({&stack, {}, {}});
+    const QStringList listed = threadIds(*state);
+    QVERIFY(listed.size() > 2);
+    state->setSelectedThreadId(listed.at(1));
+    const qsizetype before = f.network.requests().size();
+
+    state->perform(MailAction::Archive);
+    QCOMPARE(state->toast()->message, QStringLiteral("Conversation archived"));
+    QCOMPARE(state->selectedThreadId(), std::optional(listed.at(2)));
+    QVERIFY(!threadIds(*state).contains(listed.at(1)));
+    // It stays archived when the inbox is shown again, and the undo brings it back.
+    state->mailboxChanged();
+    QVERIFY(!threadIds(*state).contains(listed.at(1)));
+    stack.undo();
+    QCOMPARE(threadIds(*state), listed);
+    QCOMPARE(f.network.requests().size(), before);
+}
+
+void TestActions::folderChoicesAreSaved()
+{
+    StateFixture f;
+    QJsonObject projects = FakeMailServer::mailbox("p", "Projects", "", 10);
+    QJsonObject veldrin = FakeMailServer::mailbox("v", "Veldrin", "", 11);
+    veldrin.insert("parentId", "p");
+    // Parent links that loop do not hold the walk up.
+    QJsonObject loopA = FakeMailServer::mailbox("la", "Loop A", "", 12);
+    loopA.insert("parentId", "lb");
+    QJsonObject loopB = FakeMailServer::mailbox("lb", "Loop B", "", 13);
+    loopB.insert("parentId", "la");
+    for (const QJsonObject& box : {projects, veldrin, loopA, loopB})
+        f.server.mailboxes.append(box);
+    auto state = connected(f);
+    state->toggleCollapsed("p");
+    state->toggleCollapsed("lb");
+
+    state->goToMailbox(*state->mailbox(QStringLiteral("v")));
+    QCOMPARE(state->selectedMailboxId(), std::optional<QString>("v"));
+    state->goToMailbox(*state->mailbox(QStringLiteral("la")));
+    QCOMPARE(state->selectedMailboxId(), std::optional<QString>("la"));
+    state->setHidesWhenEmpty("v", true);
+    state->setShowsTotalCount("in", true);
+    state->setShowsTotalCount("in", true);
+    state->moveMailbox("sent", 0);
+    AppConfig saved = state->configStore().load();
+    QCOMPARE(saved.collapsedMailboxes, QStringList());
+    QCOMPARE(saved.hideWhenEmpty, QStringList{"v"});
+    QCOMPARE(saved.showTotalCount, QStringList{"in"});
+    QVERIFY(state->hidesWhenEmpty("v") && state->showsTotalCount("in"));
+    QCOMPARE(saved.mailboxOrder.value(0), QStringLiteral("sent"));
+
+    state->setHidesWhenEmpty("v", false);
+    state->resetFolderOrder();
+    saved = state->configStore().load();
+    QVERIFY(saved.hideWhenEmpty.isEmpty() && saved.mailboxOrder.isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestActions)
