@@ -344,10 +344,13 @@ void TestMainActions::overlayAndFolderPicker()
     list->setFocus();
     QTRY_VERIFY(list->hasFocus());
 
-    // "?" brings up the overlay; the next key only closes it.
+    // "?" brings up the overlay over a dimmed window; the next key only closes it.
+    const QPoint corner(20, window->height() - 60);
+    const int light = window->grab().toImage().pixelColor(corner).lightness();
     type(window.get(), '?');
     ShortcutsOverlay* overlay = window->shortcutsOverlay();
     QVERIFY(overlay->isVisible());
+    QVERIFY(window->grab().toImage().pixelColor(corner).lightness() < light * 0.7);
     QCOMPARE(overlay->geometry(), window->rect());
     QStringList texts;
     for (QLabel* label : overlay->findChildren<QLabel*>())
