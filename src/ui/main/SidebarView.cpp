@@ -103,6 +103,8 @@ SidebarView::SidebarView(AppState* state, QWidget* parent)
     m_composeButton->setIcon(Icons::icon(QStringLiteral("square.and.pencil")));
     m_composeButton->setAutoRaise(true);
     footerLayout->addWidget(m_composeButton);
+    QObject::connect(m_composeButton, &QToolButton::clicked, state,
+                     [state] { state->perform(MailAction::Compose); });
     layout->addWidget(footer);
 
     QObject::connect(state, &AppState::hasTokenChanged, this, &SidebarView::showState);
@@ -152,8 +154,7 @@ QMenu* SidebarView::contextMenu(const QModelIndex& index)
 void SidebarView::showState()
 {
     m_stack->setCurrentIndex(m_state->hasToken() ? 1 : 0);
-    // Composing arrives with the compose window; until then the button stays off.
-    m_composeButton->setEnabled(false);
+    m_composeButton->setEnabled(m_state->hasToken());
 }
 
 void SidebarView::selectCurrent()

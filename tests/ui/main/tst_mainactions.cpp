@@ -275,6 +275,7 @@ void TestMainActions::keysFollowTheFocus()
     QCOMPARE(state->focusedPane(), AppState::Pane::Reader);
     QTRY_VERIFY(message->isOutlined());
     QVERIFY(!list->hasFocus());
+    screenshot(window.get(), "reader-focus");
     press(window.get(), Qt::Key_Down);
     QTRY_COMPARE(scroll->value(), 40);
     press(window.get(), Qt::Key_Up);
