@@ -1,6 +1,7 @@
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 #include "ui/desktop/SingleInstance.h"
+#include "ui/main/KeyMonitor.h"
 #include "ui/main/MainWindow.h"
 #include "ui/web/MailWebView.h"
 
@@ -26,7 +27,11 @@ int main(int argc, char** argv)
     }
 
     QNetworkAccessManager network;
-    AppState state(AppEnvironment::standard(&network));
+    AppEnvironment environment = AppEnvironment::standard(&network);
+    AppState* started = nullptr;
+    environment.installKeyMonitor = [&started] { KeyMonitor::install(started); };
+    AppState state(std::move(environment));
+    started = &state;
     MainWindow window(&state);
     QObject::connect(&instance, &SingleInstance::received, &window, [&window](const QStringList&) {
         window.showNormal();

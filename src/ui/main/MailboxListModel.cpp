@@ -1,5 +1,7 @@
 #include "MailboxListModel.h"
 
+#include <QMimeData>
+
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 
@@ -132,6 +134,28 @@ QString MailboxListModel::spokenText(const Mailbox& mailbox, bool showTotal)
         parts << (mailbox.totalThreads == 1 ? tr("1 conversation")
                                             : tr("%1 conversations").arg(mailbox.totalThreads));
     return parts.join(QStringLiteral(", "));
+}
+
+Qt::ItemFlags MailboxListModel::flags(const QModelIndex& index) const
+{
+    Qt::ItemFlags flags = QAbstractListModel::flags(index);
+    if (index.isValid())
+        flags |= Qt::ItemIsDragEnabled | Qt::ItemIsDropEnabled;
+    return flags;
+}
+
+QStringList MailboxListModel::mimeTypes() const
+{
+    return {mailboxMimeType};
+}
+
+QMimeData* MailboxListModel::mimeData(const QModelIndexList& indexes) const
+{
+    if (indexes.isEmpty() || !indexes.first().isValid() || indexes.first().row() >= m_rows.size())
+        return nullptr;
+    auto* data = new QMimeData;
+    data->setData(mailboxMimeType, m_rows.at(indexes.first().row()).mailbox.id.toUtf8());
+    return data;
 }
 
 QString MailboxListModel::iconName(const std::optional<QString>& role)

@@ -28,6 +28,11 @@ public:
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
     QHash<int, QByteArray> roleNames() const override;
+    // A row drags its mailbox id, for reordering within the sidebar.
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
+    QStringList mimeTypes() const override;
+    QMimeData* mimeData(const QModelIndexList& indexes) const override;
+    static inline const QString mailboxMimeType = QStringLiteral("application/x-veldrin-mailbox");
 
     // The row of a mailbox id, or -1.
     int rowOf(const QString& id) const;

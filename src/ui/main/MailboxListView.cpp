@@ -5,12 +5,19 @@
 
 #include <QAccessible>
 #include <QKeyEvent>
+#include <QMimeData>
+#include <QPainter>
 
 MailboxListView::MailboxListView(QWidget* parent) : QListView(parent)
 {
     MailboxAccessible::install();
     setObjectName(QStringLiteral("mailboxList"));
     setAccessibleName(tr("Mailboxes"));
+    setDragEnabled(true);
+    setAcceptDrops(true);
+    setDragDropMode(QAbstractItemView::DragDrop);
+    setDefaultDropAction(Qt::MoveAction);
+    setDropIndicatorShown(true);
 }
 
 void MailboxListView::setModel(QAbstractItemModel* model)
@@ -147,4 +154,100 @@ void MailboxListView::announceReorder()
         return;
     QAccessibleEvent event(this, QAccessible::ObjectReorder);
     QAccessible::updateAccessibility(&event);
+}
+
+void MailboxListView::setDropTargetId(const QString& id)
+{
+    if (m_dropTargetId == id)
+        return;
+    m_dropTargetId = id;
+    viewport()->update();
+}
+
+int MailboxListView::insertionRow(const QPoint& position) const
+{
+    const QModelIndex index = indexAt(position);
+    if (!index.isValid())
+        return model() ? model()->rowCount() : 0;
+    const QRect rect = visualRect(index);
+    return position.y() > rect.center().y() ? index.row() + 1 : index.row();
+}
+
+void MailboxListView::dragEnterEvent(QDragEnterEvent* event)
+{
+    const QMimeData* data = event->mimeData();
+    if (data->hasFormat(MailboxListModel::mailboxMimeType) || data->hasText()) {
+        event->acceptProposedAction();
+        return;
+    }
+    event->ignore();
+}
+
+void MailboxListView::dragMoveEvent(QDragMoveEvent* event)
+{
+    const QMimeData* data = event->mimeData();
+    const QModelIndex index = indexAt(event->position().toPoint());
+    if (data->hasFormat(MailboxListModel::mailboxMimeType)) {
+        setDropTargetId({});
+        event->acceptProposedAction();
+    } else if (data->hasText() && index.isValid()) {
+        setDropTargetId(index.data(MailboxListModel::IdRole).toString());
+        event->acceptProposedAction();
+    } else {
+        setDropTargetId({});
+        event->ignore();
+    }
+}
+
+void MailboxListView::dragLeaveEvent(QDragLeaveEvent* event)
+{
+    setDropTargetId({});
+    QListView::dragLeaveEvent(event);
+}
+
+void MailboxListView::dropEvent(QDropEvent* event)
+{
+    setDropTargetId({});
+    const QMimeData* data = event->mimeData();
+    const QPoint position = event->position().toPoint();
+    if (data->hasFormat(MailboxListModel::mailboxMimeType)) {
+        const QString id = QString::fromUtf8(data->data(MailboxListModel::mailboxMimeType));
+        if (moveRow && !id.isEmpty())
+            moveRow(id, insertionRow(position));
+        event->setDropAction(Qt::MoveAction);
+        event->accept();
+        return;
+    }
+    const QModelIndex index = indexAt(position);
+    if (!data->hasText() || !index.isValid() || !dropThreads) {
+        event->ignore();
+        return;
+    }
+    QSet<QString> ids;
+    for (const QString& line : data->text().split(u'\n', Qt::SkipEmptyParts))
+        if (!line.trimmed().isEmpty())
+            ids.insert(line.trimmed());
+    if (!ids.isEmpty() && dropThreads(ids, index.data(MailboxListModel::IdRole).toString())) {
+        event->acceptProposedAction();
+    } else {
+        event->ignore();
+    }
+}
+
+void MailboxListView::paintEvent(QPaintEvent* event)
+{
+    QListView::paintEvent(event);
+    if (m_dropTargetId.isEmpty() || !mailboxModel())
+        return;
+    const int row = mailboxModel()->rowOf(m_dropTargetId);
+    if (row < 0)
+        return;
+    QPainter painter(viewport());
+    painter.setRenderHint(QPainter::Antialiasing);
+    QColor fill = palette().color(QPalette::Highlight);
+    fill.setAlpha(60);
+    painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
+    painter.setBrush(fill);
+    painter.drawRoundedRect(QRectF(visualRect(mailboxModel()->index(row))).adjusted(2, 1, -2, -1),
+                            5, 5);
 }

@@ -2,6 +2,8 @@
 
 #include <QListView>
 
+#include <functional>
+
 class MailboxListModel;
 
 // The sidebar's list of mailboxes. The rows are flat, but they form a tree: the keyboard opens
@@ -23,11 +25,23 @@ public:
     // What the disclosure triangle of a row does: "Expand <name>" or "Collapse <name>".
     static QString disclosureLabel(const QModelIndex& index);
 
+    // What a drop does: thread ids (text, one a line) dropped on a mailbox, true when they
+    // moved; a mailbox row dropped before the shown row `toRow`.
+    std::function<bool(const QSet<QString>& threadIds, const QString& mailboxId)> dropThreads;
+    std::function<void(const QString& mailboxId, int toRow)> moveRow;
+    // The row under a drag of threads, highlighted; empty when there is none.
+    const QString& dropTargetId() const { return m_dropTargetId; }
+
 Q_SIGNALS:
     void toggleCollapsedRequested(const QString& mailboxId);
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
     // The list's own events name rows by their flat position, which the tree does not use:
     // these send them for the row itself.
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
@@ -36,4 +50,9 @@ protected:
 
 private:
     void announceReorder();
+    void setDropTargetId(const QString& id);
+    // The row a drop at `position` lands before, for reordering.
+    int insertionRow(const QPoint& position) const;
+
+    QString m_dropTargetId;
 };

@@ -1,22 +1,47 @@
 #include "MainWindow.h"
 
 #include "ErrorBar.h"
+#include "FolderPicker.h"
+#include "MainMenus.h"
+#include "ShortcutsOverlay.h"
 #include "SidebarView.h"
+#include "Toast.h"
 #include "app/state/AppState.h"
+#include "ui/desktop/Icons.h"
 #include "ui/reader/AttachmentPreview.h"
 #include "ui/reader/RawMessageView.h"
 #include "ui/reader/ThreadDetailView.h"
 #include "ui/settings/SettingsWindow.h"
+#include "ui/threads/MailSearchField.h"
 #include "ui/threads/ThreadListView.h"
 
 #include <QApplication>
 #include <QListView>
 #include <QMenuBar>
+#include <QPropertyAnimation>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QShowEvent>
 #include <QSplitter>
+#include <QToolBar>
+#include <QUndoStack>
 #include <QVBoxLayout>
+#include <QWebEngineView>
 
-MainWindow::MainWindow(AppState* state, QWidget* parent) : QMainWindow(parent), m_state(state)
+namespace {
+
+bool insideWebView(const QWidget* widget)
+{
+    for (; widget; widget = widget->parentWidget())
+        if (qobject_cast<const QWebEngineView*>(widget))
+            return true;
+    return false;
+}
+
+} // namespace
+
+MainWindow::MainWindow(AppState* state, QWidget* parent)
+    : QMainWindow(parent), m_state(state), m_undoStack(new QUndoStack(this))
 {
     setWindowTitle(QStringLiteral("Veldrin"));
     setObjectName(QStringLiteral("main"));
@@ -57,26 +82,147 @@ MainWindow::MainWindow(AppState* state, QWidget* parent) : QMainWindow(parent), 
                      &AppState::threadSelectionChanged);
     m_preview = new AttachmentPreview(state, this);
     m_rawMessage = new RawMessageView(state, this);
-    buildMenus();
+    m_menus = new MainMenus(state, this, m_undoStack);
+    buildToolBar();
+    m_toast = new ToastView(state, central);
+    m_overlay = new ShortcutsOverlay(state, this);
+    m_picker = new FolderPickerView(state, this);
+
+    m_readerScroll =
+        new QPropertyAnimation(m_reader->scrollArea()->verticalScrollBar(), "value", this);
+    m_readerScroll->setDuration(150);
+    m_readerScroll->setEasingCurve(QEasingCurve::OutCubic);
+    WindowServices services;
+    services.undoStack = m_undoStack;
+    services.scrollReader = [this](double pages, double lines) { scrollReader(pages, lines); };
+    services.releaseFocus = [this] { releaseFocus(); };
+    state->setWindowServices(std::move(services));
+
+    QObject::connect(state, &AppState::paneFocusRequestChanged, this, &MainWindow::moveFocusToPane);
+    QObject::connect(state, &AppState::searchFocusRequestChanged, this, [this] {
+        m_threadList->searchField()->setFocus(Qt::ShortcutFocusReason);
+        m_threadList->searchField()->selectAll();
+    });
+    // Focus that arrives by mouse or Tab tells the state which pane the keys work on.
+    m_threadList->list()->installEventFilter(this);
+    m_sidebar->list()->installEventFilter(this);
 }
 
-void MainWindow::buildMenus()
+void MainWindow::buildToolBar()
 {
-    QMenu* file = menuBar()->addMenu(tr("&File"));
-    QAction* settings = file->addAction(tr("Settings…"), this, &MainWindow::showSettings);
-    settings->setShortcut(QKeySequence::Preferences);
-    settings->setMenuRole(QAction::PreferencesRole);
-    file->addSeparator();
-    QAction* quit = file->addAction(tr("Quit"), qApp, &QApplication::quit);
-    quit->setShortcut(QKeySequence::Quit);
+    m_toolBar = addToolBar(tr("Message Actions"));
+    m_toolBar->setObjectName(QStringLiteral("messageToolBar"));
+    m_toolBar->setMovable(false);
+    m_toolBar->setFloatable(false);
+    m_toolBar->setIconSize(QSize(18, 18));
+    m_toolBar->setContextMenuPolicy(Qt::PreventContextMenu);
+    const QList<std::pair<MailAction, const char*>> buttons{
+        {MailAction::Compose, "square.and.pencil"},
+        {MailAction::Reply, "arrowshape.turn.up.left"},
+        {MailAction::ReplyAll, "arrowshape.turn.up.left.2"},
+        {MailAction::Forward, "arrowshape.turn.up.right"},
+        {MailAction::Archive, "archivebox"},
+        {MailAction::Spam, "xmark.bin"},
+        {MailAction::Trash, "trash"},
+        {MailAction::Move, "folder"},
+        {MailAction::ToggleRead, "envelope.badge"},
+        {MailAction::ToggleFlag, "flag"},
+    };
+    for (const auto& [action, symbol] : buttons) {
+        QAction* button =
+            m_toolBar->addAction(Icons::icon(QString::fromLatin1(symbol)), action.title());
+        button->setObjectName(action.rawValue());
+        QObject::connect(button, &QAction::triggered, m_state,
+                         [state = m_state, action] { state->perform(action); });
+        m_toolActions.insert(action, button);
+        // Gaps between answering, filing away and marking.
+        if (action == MailAction::Compose || action == MailAction::Forward ||
+            action == MailAction::Move)
+            m_toolBar->addSeparator();
+    }
+    for (auto signal :
+         {&AppState::selectedThreadIdsChanged, &AppState::threadsChanged, &AppState::configChanged})
+        QObject::connect(m_state, signal, this, &MainWindow::showToolBarState);
+    showToolBarState();
+}
 
-    QMenu* window = menuBar()->addMenu(tr("&Window"));
-    QAction* main = window->addAction(QStringLiteral("Veldrin"), this, [this] {
-        showNormal();
-        raise();
-        activateWindow();
-    });
-    main->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_1));
+void MainWindow::showToolBarState()
+{
+    const bool one = m_state->selectedThread().has_value();
+    const bool any = !m_state->selectedThreads().isEmpty();
+    for (auto it = m_toolActions.cbegin(); it != m_toolActions.cend(); ++it) {
+        const MailAction action = MailAction::Value(it.key());
+        QAction* button = it.value();
+        const auto binding = m_state->config().binding(action);
+        const QString help =
+            binding ? action.title() + QStringLiteral("   ") + binding->display() : action.title();
+        button->setToolTip(help);
+        if (QWidget* widget = m_toolBar->widgetForAction(button))
+            widget->setAccessibleName(help);
+        switch (action) {
+        case MailAction::Compose:
+            button->setEnabled(true);
+            break;
+        case MailAction::Reply:
+        case MailAction::ReplyAll:
+        case MailAction::Forward:
+            button->setEnabled(one);
+            break;
+        default:
+            button->setEnabled(any);
+        }
+    }
+}
+
+void MainWindow::moveFocusToPane()
+{
+    switch (m_state->focusedPane()) {
+    case AppState::Pane::Sidebar:
+        m_sidebar->list()->setFocus(Qt::OtherFocusReason);
+        break;
+    case AppState::Pane::List:
+        m_threadList->list()->setFocus(Qt::OtherFocusReason);
+        break;
+    case AppState::Pane::Reader:
+        // A message body keeps the focus it has; else the reader itself takes the keys.
+        if (!insideWebView(focusWidget()))
+            m_reader->scrollArea()->setFocus(Qt::OtherFocusReason);
+        break;
+    }
+}
+
+void MainWindow::releaseFocus()
+{
+    if (insideWebView(focusWidget()))
+        return;
+    setFocus(Qt::OtherFocusReason);
+}
+
+void MainWindow::scrollReader(double pages, double lines)
+{
+    QScrollBar* bar = m_reader->scrollArea()->verticalScrollBar();
+    const int visible = m_reader->scrollArea()->viewport()->height();
+    const double page = std::max(visible / 2.0, visible - 48.0);
+    const int from = m_readerScroll->state() == QAbstractAnimation::Running
+                         ? m_readerScroll->endValue().toInt()
+                         : bar->value();
+    const int to = std::clamp(int(std::lround(from + pages * page + lines * 40.0)), bar->minimum(),
+                              bar->maximum());
+    m_readerScroll->stop();
+    m_readerScroll->setStartValue(bar->value());
+    m_readerScroll->setEndValue(to);
+    m_readerScroll->start();
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::FocusIn) {
+        const AppState::Pane pane =
+            watched == m_sidebar->list() ? AppState::Pane::Sidebar : AppState::Pane::List;
+        if (m_state->focusedPane() != pane)
+            m_state->focus(pane);
+    }
+    return QMainWindow::eventFilter(watched, event);
 }
 
 SettingsWindow* MainWindow::settingsWindow()

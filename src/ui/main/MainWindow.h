@@ -3,8 +3,20 @@
 #include <QMainWindow>
 #include <QPointer>
 
+#include "keys/MailAction.h"
+
+#include <QHash>
+
 class AppState;
 class ErrorBar;
+class FolderPickerView;
+class MainMenus;
+class QAction;
+class QPropertyAnimation;
+class QToolBar;
+class QUndoStack;
+class ShortcutsOverlay;
+class ToastView;
 class SettingsWindow;
 class SidebarView;
 class QSplitter;
@@ -28,15 +40,27 @@ public:
     QSplitter* splitter() const { return m_splitter; }
     AttachmentPreview* attachmentPreview() const { return m_preview; }
     RawMessageView* rawMessageView() const { return m_rawMessage; }
+    QUndoStack* undoStack() const { return m_undoStack; }
+    MainMenus* menus() const { return m_menus; }
+    QToolBar* toolBar() const { return m_toolBar; }
+    QAction* toolBarAction(MailAction action) const { return m_toolActions.value(action); }
+    ToastView* toast() const { return m_toast; }
+    ShortcutsOverlay* shortcutsOverlay() const { return m_overlay; }
+    FolderPickerView* folderPicker() const { return m_picker; }
     // The settings window, made on first use.
     SettingsWindow* settingsWindow();
     void showSettings();
 
 protected:
     void showEvent(QShowEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    void buildMenus();
+    void buildToolBar();
+    void showToolBarState();
+    void moveFocusToPane();
+    void scrollReader(double pages, double lines);
+    void releaseFocus();
 
     AppState* m_state;
     SidebarView* m_sidebar;
@@ -47,4 +71,12 @@ private:
     AttachmentPreview* m_preview;
     RawMessageView* m_rawMessage;
     QPointer<SettingsWindow> m_settings;
+    QUndoStack* m_undoStack;
+    MainMenus* m_menus = nullptr;
+    QToolBar* m_toolBar = nullptr;
+    QHash<int, QAction*> m_toolActions;
+    ToastView* m_toast = nullptr;
+    ShortcutsOverlay* m_overlay = nullptr;
+    FolderPickerView* m_picker = nullptr;
+    QPropertyAnimation* m_readerScroll = nullptr;
 };

@@ -8,6 +8,7 @@
 #include "ui/desktop/Icons.h"
 
 #include <QLabel>
+#include <QMenu>
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QToolButton>
@@ -69,7 +70,21 @@ SidebarView::SidebarView(AppState* state, QWidget* parent)
     m_list->setUniformItemSizes(true);
     m_list->setIconSize(QSize(16, 16));
     m_list->setAttribute(Qt::WA_MacShowFocusRect, false);
+    m_list->setContextMenuPolicy(Qt::CustomContextMenu);
     m_stack->addWidget(m_list);
+    QObject::connect(m_list, &QWidget::customContextMenuRequested, this, [this](QPoint at) {
+        if (QMenu* menu = contextMenu(m_list->indexAt(at))) {
+            menu->setAttribute(Qt::WA_DeleteOnClose);
+            menu->popup(m_list->viewport()->mapToGlobal(at));
+        }
+    });
+    m_list->dropThreads = [this](const QSet<QString>& ids, const QString& mailboxId) {
+        const auto mailbox = m_state->mailbox(mailboxId);
+        return mailbox && m_state->moveThreads(ids, *mailbox);
+    };
+    m_list->moveRow = [this](const QString& mailboxId, int toRow) {
+        m_state->moveMailbox(mailboxId, toRow);
+    };
 
     QObject::connect(m_list->selectionModel(), &QItemSelectionModel::currentChanged, this,
                      [this](const QModelIndex& current) {
@@ -88,6 +103,8 @@ SidebarView::SidebarView(AppState* state, QWidget* parent)
     m_composeButton->setIcon(Icons::icon(QStringLiteral("square.and.pencil")));
     m_composeButton->setAutoRaise(true);
     footerLayout->addWidget(m_composeButton);
+    QObject::connect(m_composeButton, &QToolButton::clicked, state,
+                     [state] { state->perform(MailAction::Compose); });
     layout->addWidget(footer);
 
     QObject::connect(state, &AppState::hasTokenChanged, this, &SidebarView::showState);
@@ -99,11 +116,45 @@ SidebarView::SidebarView(AppState* state, QWidget* parent)
     selectCurrent();
 }
 
+QMenu* SidebarView::contextMenu(const QModelIndex& index)
+{
+    const auto mailbox = index.isValid()
+                             ? m_state->mailbox(index.data(MailboxListModel::IdRole).toString())
+                             : std::nullopt;
+    if (!mailbox)
+        return nullptr;
+    const QString id = mailbox->id;
+    auto* menu = new QMenu(this);
+    menu->setObjectName(QStringLiteral("mailboxContextMenu"));
+    QAction* markAll = menu->addAction(tr("Mark All as Read"), m_state,
+                                       [state = m_state, id] { state->markAllRead(id); });
+    markAll->setObjectName(QStringLiteral("markAllRead"));
+    markAll->setEnabled(mailbox->unreadEmails > 0);
+    menu->addSeparator();
+    QAction* count = menu->addAction(tr("Show Message Count"));
+    count->setObjectName(QStringLiteral("showMessageCount"));
+    count->setCheckable(true);
+    count->setChecked(m_state->showsTotalCount(id));
+    QObject::connect(count, &QAction::toggled, m_state,
+                     [state = m_state, id](bool on) { state->setShowsTotalCount(id, on); });
+    QAction* hide = menu->addAction(tr("Hide When Empty"));
+    hide->setObjectName(QStringLiteral("hideWhenEmpty"));
+    hide->setCheckable(true);
+    hide->setChecked(m_state->hidesWhenEmpty(id));
+    QObject::connect(hide, &QAction::toggled, m_state,
+                     [state = m_state, id](bool on) { state->setHidesWhenEmpty(id, on); });
+    menu->addSeparator();
+    QAction* reset = menu->addAction(tr("Reset Folder Order"), m_state,
+                                     [state = m_state] { state->resetFolderOrder(); });
+    reset->setObjectName(QStringLiteral("resetFolderOrder"));
+    reset->setEnabled(!m_state->config().mailboxOrder.isEmpty());
+    return menu;
+}
+
 void SidebarView::showState()
 {
     m_stack->setCurrentIndex(m_state->hasToken() ? 1 : 0);
-    // Composing arrives with the compose window; until then the button stays off.
-    m_composeButton->setEnabled(false);
+    m_composeButton->setEnabled(m_state->hasToken());
 }
 
 void SidebarView::selectCurrent()

@@ -6,6 +6,7 @@
 
 class AppState;
 class MailboxListModel;
+class QMenu;
 class QStackedWidget;
 class QToolButton;
 
@@ -18,6 +19,8 @@ public:
     explicit SidebarView(AppState* state, QWidget* parent = nullptr);
     MailboxListView* list() const { return m_list; }
     MailboxListModel* model() const { return m_model; }
+    // The menu of a mailbox row; null off the rows. The caller owns it.
+    QMenu* contextMenu(const QModelIndex& index);
 
 Q_SIGNALS:
     void openSettingsRequested();

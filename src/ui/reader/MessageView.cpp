@@ -60,6 +60,30 @@ QString longDate(const QDateTime& date)
     return DateFormat::abbreviatedDateShortTime(date, QLocale(), QTimeZone::systemTimeZone());
 }
 
+// A ring drawn over the message, letting every click through to what lies below.
+class OutlineRing : public QWidget
+{
+public:
+    explicit OutlineRing(QWidget* parent) : QWidget(parent)
+    {
+        setObjectName(QStringLiteral("messageOutline"));
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+        setAttribute(Qt::WA_NoSystemBackground);
+        setFocusPolicy(Qt::NoFocus);
+        hide();
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 4, 4);
+    }
+};
+
 } // namespace
 
 MessageHeader::MessageHeader(QWidget* parent) : QFrame(parent)
@@ -172,6 +196,7 @@ MessageView::MessageView(AppState* state, const Email& email, QWidget* parent)
     grid->addLayout(secondLine, 1, 1);
     grid->setColumnStretch(1, 1);
     layout->addWidget(m_header);
+    m_outline = new OutlineRing(this);
 
     QObject::connect(m_header, &MessageHeader::toggled, this, [this] {
         if (m_state)
@@ -228,6 +253,27 @@ void MessageView::showHeader()
     m_header->setAccessibleDescription(isExpanded() ? tr("Expanded") : tr("Collapsed"));
 }
 
+bool MessageView::isOutlined() const
+{
+    return !m_outline->isHidden();
+}
+
+void MessageView::setOutlined(bool outlined)
+{
+    if (outlined == isOutlined())
+        return;
+    m_outline->setGeometry(rect());
+    m_outline->setVisible(outlined);
+    m_outline->raise();
+}
+
+void MessageView::resizeEvent(QResizeEvent* event)
+{
+    QFrame::resizeEvent(event);
+    m_outline->setGeometry(rect());
+    m_outline->raise();
+}
+
 void MessageView::setShowsDetails(bool shows)
 {
     if (m_showsDetails == shows)
@@ -255,6 +301,7 @@ void MessageView::setExpanded(bool expanded)
         m_attachments = nullptr;
         m_shownAttachments.clear();
     }
+    m_outline->raise();
     showHeader();
     Q_EMIT resized();
 }

@@ -50,6 +50,9 @@ public:
     bool isExpanded() const { return m_body != nullptr; }
     void setExpanded(bool expanded);
     void setShowsDetails(bool shows);
+    // The ring around the message the keys act on while the reader has them.
+    bool isOutlined() const;
+    void setOutlined(bool outlined);
 
     MessageHeader* header() const { return m_header; }
     // The body's web view; null while collapsed.
@@ -61,6 +64,9 @@ public:
 Q_SIGNALS:
     // The body's measured height changed.
     void resized();
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void showHeader();
@@ -77,6 +83,7 @@ private:
     // The user pressed "Show Images" on this message.
     bool m_allowRemoteContent = false;
 
+    QWidget* m_outline;
     MessageHeader* m_header;
     AvatarView* m_avatar;
     ElidedLabel* m_sender;

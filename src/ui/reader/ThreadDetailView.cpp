@@ -5,7 +5,9 @@
 #include "ui/desktop/Icons.h"
 #include "ui/threads/EmptyState.h"
 
+#include <QApplication>
 #include <QLabel>
+#include <QMouseEvent>
 #include <QProgressBar>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -79,7 +81,30 @@ ThreadDetailView::ThreadDetailView(AppState* state, QWidget* parent)
         if (const auto& id = m_state->focusedEmailId())
             scrollTo(*id);
     });
+    for (auto signal : {&AppState::focusedEmailIdChanged, &AppState::focusedPaneChanged})
+        QObject::connect(state, signal, this, &ThreadDetailView::showOutline);
+    // Any click in the reader gives it the keys, and still reaches what was clicked.
+    qApp->installEventFilter(this);
     showMessages();
+}
+
+bool ThreadDetailView::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::MouseButtonPress && m_stack->currentWidget() == m_scroll) {
+        auto* widget = qobject_cast<QWidget*>(watched);
+        if (widget && (widget == m_scroll || m_scroll->isAncestorOf(widget)) &&
+            m_state->focusedPane() != AppState::Pane::Reader)
+            m_state->focus(AppState::Pane::Reader);
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+void ThreadDetailView::showOutline()
+{
+    const bool reader = m_state->focusedPane() == AppState::Pane::Reader;
+    const auto& focused = m_state->focusedEmailId();
+    for (auto it = m_views.cbegin(); it != m_views.cend(); ++it)
+        it.value()->setOutlined(reader && focused && *focused == it.key());
 }
 
 QWidget* ThreadDetailView::currentPage() const
@@ -151,6 +176,7 @@ void ThreadDetailView::showMessages()
     }
     showExpansion();
     showDetails();
+    showOutline();
     showState();
 }
 

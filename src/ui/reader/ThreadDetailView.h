@@ -40,7 +40,11 @@ public:
     QList<MessageView*> messageViews() const;
     MessageView* messageView(const QString& emailId) const { return m_views.value(emailId); }
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
+    void showOutline();
     void showState();
     void showMessages();
     void showExpansion();

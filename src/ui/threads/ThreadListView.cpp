@@ -2,12 +2,14 @@
 
 #include "EmptyState.h"
 #include "MailSearchField.h"
+#include "MessageContextMenu.h"
 #include "ThreadDelegate.h"
 #include "ThreadListModel.h"
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 
 #include <QListView>
+#include <QMenu>
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
@@ -49,6 +51,18 @@ ThreadListView::ThreadListView(AppState* state, QWidget* parent)
     m_stack = new QStackedWidget(this);
     layout->addWidget(m_stack, 1);
 
+    // Rows that leave take their selection with them; that is the state's to decide (it selects
+    // the next thread after a move), not a choice of the user's. Connected before the list's
+    // selection model exists, so that these run before it drops the rows.
+    const auto hold = [this] { m_syncing = true; };
+    const auto release = [this] {
+        m_syncing = false;
+        selectionFromState();
+    };
+    QObject::connect(m_model, &QAbstractItemModel::rowsAboutToBeRemoved, this, hold);
+    QObject::connect(m_model, &QAbstractItemModel::rowsAboutToBeMoved, this, hold);
+    QObject::connect(m_model, &QAbstractItemModel::rowsRemoved, this, release);
+    QObject::connect(m_model, &QAbstractItemModel::rowsMoved, this, release);
     m_list = new ThreadRowsView(m_stack);
     m_list->setObjectName(QStringLiteral("threadListView"));
     m_list->setAccessibleName(tr("Conversations"));
@@ -63,7 +77,14 @@ ThreadListView::ThreadListView(AppState* state, QWidget* parent)
     m_list->setDragEnabled(true);
     m_list->setDragDropMode(QAbstractItemView::DragOnly);
     m_list->setAttribute(Qt::WA_MacShowFocusRect, false);
+    m_list->setContextMenuPolicy(Qt::CustomContextMenu);
     m_stack->addWidget(m_list);
+    QObject::connect(m_list, &QWidget::customContextMenuRequested, this, [this](QPoint at) {
+        if (MessageContextMenu* menu = contextMenu(m_list->indexAt(at))) {
+            menu->setAttribute(Qt::WA_DeleteOnClose);
+            menu->popup(m_list->viewport()->mapToGlobal(at));
+        }
+    });
 
     m_empty = new EmptyState(m_stack);
     m_empty->setObjectName(QStringLiteral("threadListEmpty"));
@@ -110,6 +131,26 @@ void ThreadListView::showState()
             m_empty->show(Icons::icon(QStringLiteral("magnifyingglass")), tr("No matches"));
     }
     m_stack->setCurrentWidget(empty ? static_cast<QWidget*>(m_empty) : m_list);
+}
+
+MessageContextMenu* ThreadListView::contextMenu(const QModelIndex& index)
+{
+    const MailThread* hit = index.isValid() ? m_model->threadAt(index.row()) : nullptr;
+    if (!hit)
+        return nullptr;
+    QSet<QString> ids{hit->id};
+    if (m_state->selectedThreadIds().contains(hit->id))
+        ids = m_state->selectedThreadIds();
+    std::optional<Email> email;
+    if (ids.size() == 1) {
+        const int row = m_model->rowOf(*ids.cbegin());
+        if (const MailThread* thread = row >= 0 ? m_model->threadAt(row) : nullptr;
+            thread && !thread->emails.isEmpty())
+            email = thread->anchor();
+    }
+    return new MessageContextMenu(
+        m_state, email, [state = m_state, ids](MailAction action) { state->perform(action, ids); },
+        this);
 }
 
 void ThreadListView::activate(const QModelIndex& index)

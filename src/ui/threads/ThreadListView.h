@@ -4,6 +4,8 @@
 
 class AppState;
 class EmptyState;
+class MessageContextMenu;
+class QModelIndex;
 class MailSearchField;
 class QListView;
 class QStackedWidget;
@@ -25,6 +27,9 @@ public:
     EmptyState* emptyState() const { return m_empty; }
     // Whether the empty state stands instead of the list.
     bool showsEmptyState() const;
+    // The menu for a click on `index`: for the selection when the row is in it, else for that
+    // row alone; null off the thread rows. The caller owns it.
+    MessageContextMenu* contextMenu(const QModelIndex& index);
 
 private:
     void selectionFromView();
