@@ -1,5 +1,7 @@
 #include "DateFormat.h"
 
+#include <QRegularExpression>
+
 namespace {
 
 // QLocale has no medium date style: derive it from the long one by dropping the weekday and
@@ -22,6 +24,14 @@ QString abbreviatedPattern(const QLocale& locale)
     }
     pattern.replace(QLatin1String("MMMM"), QLatin1String("MMM"));
     return pattern.trimmed();
+}
+
+// The short time of the C locale, which a session without a language setting gets, carries
+// seconds; a short time never does.
+QString shortTimePattern(const QLocale& locale)
+{
+    static const QRegularExpression seconds(QStringLiteral("[:.]ss?(\\.z+)?"));
+    return locale.timeFormat(QLocale::ShortFormat).remove(seconds);
 }
 
 QString dateTimeSeparator(const QLocale& locale)
@@ -49,7 +59,7 @@ QString shortTime(const QDateTime& date, const QLocale& locale, const QTimeZone&
 {
     if (!date.isValid())
         return QString();
-    return locale.toString(date.toTimeZone(timeZone).time(), QLocale::ShortFormat);
+    return locale.toString(date.toTimeZone(timeZone).time(), shortTimePattern(locale));
 }
 
 QString abbreviatedDateShortTime(const QDateTime& date, const QLocale& locale,

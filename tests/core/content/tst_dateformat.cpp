@@ -39,6 +39,11 @@ void TestDateFormat::styles_data()
         << "2026年10月1日"
         << "16:30"
         << "2026年10月1日 16:30";
+    // A session without a language setting: no seconds in a short time.
+    QTest::newRow("C locale") << QLocale::c() << "Europe/London"
+                              << "1 Oct 2026"
+                              << "08:30"
+                              << "1 Oct 2026 08:30";
     // The zone decides the day as well as the hour.
     QTest::newRow("zone moves the day")
         << QLocale(QLocale::English, QLocale::UnitedStates) << "Pacific/Honolulu"
