@@ -30,6 +30,12 @@ public:
 protected:
     bool acceptNavigationRequest(const QUrl& url, NavigationType type, bool isMainFrame) override;
     QWebEnginePage* createWindow(WebWindowType type) override;
+    // A message's console output (the policy's refusals among it) is nobody's business: Veldrin
+    // writes no log.
+    void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString&, int,
+                                  const QString&) override
+    {
+    }
 
 private:
     void refuseRequests();
