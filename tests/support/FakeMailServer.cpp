@@ -12,8 +12,11 @@ const QDateTime epoch = QDateTime(QDate(2026, 3, 2), QTime(12, 0), QTimeZone::ut
 
 // The mailbox and the words of a filter, however it is nested.
 void readFilter(const QJsonObject& filter, QString& mailbox, QStringList& words,
-                QString& notKeyword)
+                QString& notKeyword, QDateTime& after)
 {
+    if (filter.contains(QStringLiteral("after")))
+        after =
+            QDateTime::fromString(filter.value(QStringLiteral("after")).toString(), Qt::ISODate);
     if (filter.contains(QStringLiteral("notKeyword")))
         notKeyword = filter.value(QStringLiteral("notKeyword")).toString();
     if (filter.contains(QStringLiteral("inMailbox")))
@@ -21,7 +24,7 @@ void readFilter(const QJsonObject& filter, QString& mailbox, QStringList& words,
     if (filter.contains(QStringLiteral("text")))
         words.append(filter.value(QStringLiteral("text")).toString());
     for (const QJsonValue& condition : filter.value(QStringLiteral("conditions")).toArray())
-        readFilter(condition.toObject(), mailbox, words, notKeyword);
+        readFilter(condition.toObject(), mailbox, words, notKeyword, after);
 }
 
 QJsonObject mailboxRecord(const char* id, const char* name, const char* role, int order)
@@ -34,9 +37,11 @@ QJsonObject mailboxRecord(const char* id, const char* name, const char* role, in
 } // namespace
 
 QJsonObject FakeMailServer::mailbox(const QString& id, const QString& name, const QString& role,
-                                    int sortOrder)
+                                    int sortOrder, int total)
 {
     QJsonObject record = mailboxRecord("", "", "", sortOrder);
+    record.insert("totalEmails", total);
+    record.insert("totalThreads", total);
     record.insert("id", id);
     record.insert("name", name);
     if (role.isEmpty())
@@ -67,32 +72,82 @@ void FakeMailServer::serve()
     network.respondTo("Email/set", [this](const QJsonObject& a) { return setEmails(a); });
 }
 
-QJsonObject FakeMailServer::email(const QString& id, const QString& threadId,
-                                  const QString& mailbox, int minutesAgo, bool seen)
+QJsonObject FakeMailServer::message(const QString& id, const QString& threadId,
+                                    const QString& fromName, const QString& subject,
+                                    const QDateTime& receivedAt, bool seen, const QString& mailbox)
 {
+    const QString address = fromName.section(u' ', 0, 0).toLower() + "@example.com";
     QJsonObject keywords;
     if (seen)
         keywords.insert("$seen", true);
-    return QJsonObject{
+    QJsonObject email{
         {"id", id},
         {"threadId", threadId},
         {"blobId", "blob-" + id},
         {"mailboxIds", QJsonObject{{mailbox, true}}},
         {"keywords", keywords},
-        {"from", QJsonArray{QJsonObject{{"name", "Sender " + id}, {"email", id + "@example.com"}}}},
-        {"subject", "Subject " + threadId},
-        {"receivedAt", epoch.addSecs(-60 * minutesAgo).toString(Qt::ISODate)},
-        {"messageId", QJsonArray{"<" + id + "@example.com>"}},
-        {"bodyValues", QJsonObject{{"1", QJsonObject{{"value", "Text of " + id}}}}},
-        {"textBody", QJsonArray{QJsonObject{{"partId", "1"}, {"type", "text/plain"}}}},
-        {"htmlBody", QJsonArray{QJsonObject{{"partId", "1"}, {"type", "text/plain"}}}},
+        {"from", QJsonArray{QJsonObject{{"name", fromName}, {"email", address}}}},
+        {"to", QJsonArray{QJsonObject{{"name", "Me"}, {"email", "user@example.com"}}}},
+        {"subject", subject},
+        {"receivedAt", receivedAt.toUTC().toString(Qt::ISODate)},
+        {"preview", "Preview of " + subject},
+        {"hasAttachment", false},
+        {"messageId", QJsonArray{id + "@example.com"}},
+        {"size", 2048},
         {"attachments", QJsonArray()}};
+    setBody(email, "<p>Body of " + id + "</p>", QStringLiteral("text/html"));
+    return email;
+}
+
+QList<QJsonObject> FakeMailServer::thread(const QString& threadId, const QString& fromName,
+                                          const QString& subject, const QDateTime& last, int count,
+                                          bool seen, const QString& mailbox)
+{
+    QList<QJsonObject> emails;
+    for (int i = 0; i < count; ++i)
+        emails << message(QStringLiteral("%1-%2").arg(threadId).arg(i + 1), threadId, fromName,
+                          subject, last.addSecs(60 * (i + 1 - count)), seen, mailbox);
+    return emails;
+}
+
+QJsonObject FakeMailServer::email(const QString& id, const QString& threadId,
+                                  const QString& mailbox, int minutesAgo, bool seen)
+{
+    QJsonObject email = message(id, threadId, "Sender " + id, "Subject " + threadId,
+                                epoch.addSecs(-60 * minutesAgo), seen, mailbox);
+    email.insert("from",
+                 QJsonArray{QJsonObject{{"name", "Sender " + id}, {"email", id + "@example.com"}}});
+    return email;
+}
+
+void FakeMailServer::setBody(QJsonObject& email, const QString& body, const QString& type)
+{
+    email.insert("bodyValues", QJsonObject{{"1", QJsonObject{{"value", body}}}});
+    const QJsonArray parts{QJsonObject{{"partId", "1"}, {"type", type}}};
+    email.insert("htmlBody", parts);
+    email.insert("textBody", parts);
 }
 
 void FakeMailServer::addThreads(int count, const QString& mailbox)
 {
     for (int n = 1; n <= count; ++n)
         add(email(QStringLiteral("e%1").arg(n), QStringLiteral("t%1").arg(n), mailbox, n));
+}
+
+void FakeMailServer::removeThread(const QString& threadId)
+{
+    emails.removeIf([&threadId](const QJsonObject& email) {
+        return email.value("threadId").toString() == threadId;
+    });
+}
+
+QSet<QString> FakeMailServer::threadsIn(const QString& mailbox) const
+{
+    QSet<QString> threads;
+    for (const QJsonObject& email : emails)
+        if (email.value("mailboxIds").toObject().contains(mailbox))
+            threads.insert(email.value("threadId").toString());
+    return threads;
 }
 
 QJsonObject* FakeMailServer::find(const QString& id)
@@ -117,7 +172,8 @@ QJsonObject FakeMailServer::query(const QJsonObject& arguments)
     QString mailbox;
     QStringList words;
     QString notKeyword;
-    readFilter(arguments.value("filter").toObject(), mailbox, words, notKeyword);
+    QDateTime after;
+    readFilter(arguments.value("filter").toObject(), mailbox, words, notKeyword, after);
     const bool collapse = arguments.value("collapseThreads").toBool();
     QList<QJsonObject> sorted = emails;
     std::stable_sort(sorted.begin(), sorted.end(), [](const QJsonObject& a, const QJsonObject& b) {
@@ -134,6 +190,9 @@ QJsonObject FakeMailServer::query(const QJsonObject& arguments)
             }))
             continue;
         if (!notKeyword.isEmpty() && candidate.value("keywords").toObject().contains(notKeyword))
+            continue;
+        if (after.isValid() &&
+            QDateTime::fromString(candidate.value("receivedAt").toString(), Qt::ISODate) < after)
             continue;
         const QString thread = candidate.value("threadId").toString();
         if (collapse && threads.contains(thread))

@@ -9,9 +9,10 @@
 #include <QSet>
 #include <QStringList>
 
-// A small mail account behind a FakeNetwork: it answers the list, thread and keyword calls from
-// the emails it holds, following the batches' result references the way a server does, so that
-// tests of the state read like a user's session instead of hand-made responses.
+// A small mail account behind a FakeNetwork: it answers the list, thread, keyword and move calls
+// from the emails it holds, following the batches' result references the way a server does, so
+// that tests of the state and of the interface read like a user's session instead of hand-made
+// responses. Tests change `emails` between refreshes to play mail arriving or going.
 class FakeMailServer
 {
 public:
@@ -26,18 +27,37 @@ public:
     // Email/set answers these ids with notUpdated and leaves them as they are.
     QSet<QString> refusing;
 
-    // A Mailbox object with empty counts, for adding to `mailboxes`.
+    // A Mailbox object holding `total` emails and threads, none unread, for `mailboxes`.
     static QJsonObject mailbox(const QString& id, const QString& name, const QString& role,
-                               int sortOrder);
+                               int sortOrder, int total = 0);
 
-    // An email in one mailbox, received `minutesAgo` before a fixed moment; its Message-ID is
-    // "<id@example.com>", its subject "Subject <threadId>".
+    // An email in one mailbox from a named sender (address: the name's first word at
+    // example.com), with an HTML body "Body of" its id and a preview "Preview of" its subject;
+    // its Message-ID is its id at example.com.
+    static QJsonObject message(const QString& id, const QString& threadId, const QString& fromName,
+                               const QString& subject, const QDateTime& receivedAt,
+                               bool seen = true, const QString& mailbox = QStringLiteral("in"));
+    // A thread of `count` messages from one sender, a minute apart, ending at `last`: ids
+    // <threadId>-1 to <threadId>-<count>.
+    static QList<QJsonObject> thread(const QString& threadId, const QString& fromName,
+                                     const QString& subject, const QDateTime& last, int count = 1,
+                                     bool seen = true,
+                                     const QString& mailbox = QStringLiteral("in"));
+    // An email from "Sender <id>" <id@example.com>, received `minutesAgo` before a fixed moment,
+    // its subject "Subject <threadId>".
     static QJsonObject email(const QString& id, const QString& threadId, const QString& mailbox,
                              int minutesAgo, bool seen = true);
+    // Gives an email one body part of `type` for both its HTML and its text body.
+    static void setBody(QJsonObject& email, const QString& body, const QString& type);
+
     void add(const QJsonObject& email) { emails.append(email); }
+    void add(const QList<QJsonObject>& thread) { emails.append(thread); }
     // Adds `count` threads of one email each: ids t<n>/e<n>, the newest (n = 1) first.
     void addThreads(int count, const QString& mailbox = QStringLiteral("in"));
+    void removeThread(const QString& threadId);
     QJsonObject* find(const QString& id);
+    // The threads with an email in `mailbox`.
+    QSet<QString> threadsIn(const QString& mailbox) const;
 
     // The batches that asked for these methods, in order.
     QList<RecordedRequest> batchesWith(const QString& firstMethod) const;

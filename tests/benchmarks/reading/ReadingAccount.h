@@ -1,10 +1,10 @@
 #pragma once
 
-#include "../../ui/FakeMailServer.h"
+#include "AppTestEnvironment.h"
+#include "FakeMailServer.h"
 #include "FakeNetwork.h"
 #include "MemorySecretStore.h"
 #include "app/state/AppState.h"
-#include "config/Keychain.h"
 
 #include <QTemporaryDir>
 
@@ -18,7 +18,7 @@ struct ReadingAccount
 {
     QTemporaryDir home;
     FakeNetwork network;
-    FakeMailServer server{&network};
+    FakeMailServer server{network};
     MemorySecretStore keychain;
     QDateTime now = QDateTime::currentDateTime();
 
@@ -27,20 +27,15 @@ struct ReadingAccount
         keychain.data = QByteArray("fmu1-token");
         // A push stream that stays open and quiet, so that no timer refreshes meanwhile.
         network.setStreamPrefix(QStringLiteral("https://jmap.example.test/jmap/event/"));
-        server.threads << conversation(QStringLiteral("long"), 10, 3);
+        server.add(conversation(QStringLiteral("long"), 10, 3));
         for (int i = 1; i < listed; ++i)
-            server.threads << shortThread(i);
+            server.add(shortThread(i));
     }
 
     std::unique_ptr<AppState> makeState(int pageSize = 200)
     {
-        AppEnvironment environment;
-        environment.network = &network;
-        environment.configStore = ConfigStore(home.filePath(QStringLiteral("config.json")));
-        environment.readToken = [this] { return Keychain::readToken(keychain); };
-        environment.saveToken = [this](const QString& token) {
-            return Keychain::saveToken(keychain, token);
-        };
+        AppEnvironment environment =
+            testEnvironment(&network, home.filePath(QStringLiteral("config.json")), keychain);
         environment.attachmentCacheDir = home.filePath(QStringLiteral("cache"));
         environment.downloadsDir = home.filePath(QStringLiteral("Downloads"));
         auto state = std::make_unique<AppState>(environment);
@@ -65,21 +60,21 @@ struct ReadingAccount
                                         ? QStringLiteral("Quarterly planning: what ships next")
                                         : QStringLiteral("Re: Quarterly planning: what ships next");
             QJsonObject email =
-                FakeMailServer::email(id, threadId, people.at(i % people.size()), subject,
-                                      now.addSecs(-3600 * (count - i)), i < count - unread);
+                FakeMailServer::message(id, threadId, people.at(i % people.size()), subject,
+                                        now.addSecs(-3600 * (count - i)), i < count - unread);
             if (i == 0)
-                setBody(email, newsletterHtml(), QStringLiteral("text/html"));
+                FakeMailServer::setBody(email, newsletterHtml(), QStringLiteral("text/html"));
             else if (i % 2 == 1)
-                setBody(email, plainReply(i), QStringLiteral("text/plain"));
+                FakeMailServer::setBody(email, plainReply(i), QStringLiteral("text/plain"));
             else
-                setBody(email, htmlReply(i), QStringLiteral("text/html"));
+                FakeMailServer::setBody(email, htmlReply(i), QStringLiteral("text/html"));
             email["size"] = 48000;
             emails << email;
         }
         return emails;
     }
 
-    // Row i of the list: one to three short messages.
+    // Row i of the list: one to three short messages, "t<i>-1" to "t<i>-<1 + i % 3>".
     QList<QJsonObject> shortThread(int i) const
     {
         const QStringList senders = {"Dana Holt",   "Erik Sund", "Farah Nadim",
@@ -89,20 +84,12 @@ struct ReadingAccount
                                    QStringLiteral("Notes on item %1 for the weekly review").arg(i),
                                    now.addSecs(-600L * (i + 10)), 1 + i % 3, i % 5 != 0);
         for (QJsonObject& email : emails) {
-            setBody(email, htmlReply(i), QStringLiteral("text/html"));
+            FakeMailServer::setBody(email, htmlReply(i), QStringLiteral("text/html"));
             email["preview"] = QStringLiteral("Thanks for the summary. I looked at item %1 and "
                                               "think we can close it once the numbers are in.")
                                    .arg(i);
         }
         return emails;
-    }
-
-    static void setBody(QJsonObject& email, const QString& body, const QString& type)
-    {
-        email["bodyValues"] = QJsonObject{{"1", QJsonObject{{"value", body}}}};
-        const QJsonArray parts{QJsonObject{{"partId", "1"}, {"type", type}}};
-        email["htmlBody"] = parts;
-        email["textBody"] = parts;
     }
 
     // About 25 KB of table layout with inline styles, as mailing tools write it.

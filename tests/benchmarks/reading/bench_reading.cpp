@@ -72,24 +72,24 @@ void BenchReading::listUpdateAfterRefresh()
     QCOMPARE(state->selectedThreadIds(), QSet<QString>{"t50"});
 
     // The two versions of the page, taken in turns.
-    const QList<QList<QJsonObject>> before = account.server.threads;
-    QList<QList<QJsonObject>> after = before;
-    after.removeAt(120);
+    const QList<QJsonObject> before = account.server.emails;
+    account.server.removeThread("t120");
     for (int row : {3, 17, 60, 90, 150}) {
-        QJsonObject last = after[row].takeLast();
-        last["keywords"] = QJsonObject{{"$seen", true}, {"$flagged", true}};
-        last["preview"] = QStringLiteral("Edited: ") + last["preview"].toString();
-        after[row] << last;
+        QJsonObject* last = account.server.find(QStringLiteral("t%1-%2").arg(row).arg(1 + row % 3));
+        last->insert("keywords", QJsonObject{{"$seen", true}, {"$flagged", true}});
+        last->insert("preview", QStringLiteral("Edited: ") + last->value("preview").toString());
     }
-    after.prepend(account.shortThread(500));
-    after.first().last()["receivedAt"] = account.now.toUTC().toString(Qt::ISODate);
+    QList<QJsonObject> arrived = account.shortThread(500);
+    arrived.last()["receivedAt"] = account.now.toUTC().toString(Qt::ISODate);
+    account.server.add(arrived);
+    const QList<QJsonObject> after = account.server.emails;
 
     bool flip = false;
     applied.clear();
     QBENCHMARK
     {
         flip = !flip;
-        account.server.threads = flip ? after : before;
+        account.server.emails = flip ? after : before;
         AsyncTest::await(state->refresh());
     }
     QCOMPARE(listedIds(*view.model()).size(), 200);
@@ -118,8 +118,9 @@ void BenchReading::openPrefetchedThread()
     QFETCH(int, unread);
     ReadingAccount account;
     // Two long conversations at the top, both among the rows fetched ahead.
-    account.server.threads[0] = account.conversation("long", 10, unread);
-    account.server.threads.insert(1, account.conversation("other", 10, unread));
+    account.server.removeThread("long");
+    account.server.add(account.conversation("long", 10, unread));
+    account.server.add(account.conversation("other", 10, unread));
     auto state = account.makeState();
     MainWindow window(state.get());
     window.resize(1280, 800);

@@ -1,8 +1,8 @@
-#include "../FakeMailServer.h"
+#include "AppTestEnvironment.h"
+#include "FakeMailServer.h"
 #include "FakeNetwork.h"
 #include "MemorySecretStore.h"
 #include "app/state/AppState.h"
-#include "config/Keychain.h"
 #include "ui/desktop/Icons.h"
 #include "ui/main/FolderPicker.h"
 #include "ui/main/KeyMonitor.h"
@@ -43,11 +43,11 @@ namespace {
 
 const QDateTime now = QDateTime::currentDateTime();
 
-QJsonObject mailbox(const QString& id, const QString& name, const QJsonValue& role, int order)
+// Whether the server moved the thread out of the inbox into the archive.
+bool archived(const FakeMailServer& server, const QString& threadId)
 {
-    return QJsonObject{{"id", id},           {"name", name},      {"role", role},
-                       {"sortOrder", order}, {"totalEmails", 3},  {"unreadEmails", 0},
-                       {"totalThreads", 3},  {"unreadThreads", 0}};
+    return !server.threadsIn("inbox").contains(threadId) &&
+           server.threadsIn("archive").contains(threadId);
 }
 
 // Pictures for a person to look at, where VELDRIN_SCREENSHOTS points.
@@ -117,59 +117,35 @@ private:
     QTemporaryDir home;
     std::unique_ptr<FakeNetwork> network;
     std::unique_ptr<FakeMailServer> server;
-    // Threads moved out of the inbox, by thread id, with the mailbox they went to.
-    QHash<QString, QList<QJsonObject>> parked;
     MemorySecretStore keychain;
 };
 
 void TestMainActions::init()
 {
     network = std::make_unique<FakeNetwork>();
-    server = std::make_unique<FakeMailServer>(network.get());
-    parked.clear();
+    server = std::make_unique<FakeMailServer>(*network);
     keychain = MemorySecretStore();
     keychain.data = QByteArray("fmu1-token");
-    server->threads << FakeMailServer::thread("T1", "Anna Berg", "Quarterly report",
-                                              now.addSecs(-60))
-                    << FakeMailServer::thread("T2", "Bo Lind", "Lunch", now.addSecs(-3600))
-                    << FakeMailServer::thread("T3", "Cleo Dahl", "Tickets", now.addSecs(-7200));
+    const QString inbox = QStringLiteral("inbox");
+    server->add(FakeMailServer::thread("T1", "Anna Berg", "Quarterly report", now.addSecs(-60), 1,
+                                       true, inbox));
+    server->add(
+        FakeMailServer::thread("T2", "Bo Lind", "Lunch", now.addSecs(-3600), 1, true, inbox));
+    server->add(
+        FakeMailServer::thread("T3", "Cleo Dahl", "Tickets", now.addSecs(-7200), 1, true, inbox));
     // A long body, so that the reader has room to scroll.
-    server->threads[1][0]["bodyValues"] =
-        QJsonObject{{"1", QJsonObject{{"value", "<div style='height:1500px'>Lunch?</div>"}}}};
-    network->respondTo("Mailbox/get",
-                       QJsonObject{{"list", QJsonArray{mailbox("inbox", "Inbox", "inbox", 1),
-                                                       mailbox("archive", "Archive", "archive", 2),
-                                                       mailbox("projects", "Projects", {}, 3)}}});
-    // Moves take threads out of the inbox and put them back, as the server would.
-    network->respondTo("Email/set", [this](const QJsonObject& arguments) {
-        QJsonObject updated;
-        const QJsonObject update = arguments.value("update").toObject();
-        for (const QString& id : update.keys()) {
-            updated.insert(id, QJsonValue());
-            const QJsonObject patch = update.value(id).toObject();
-            const QString threadId = id.section(u'-', 0, 0);
-            if (patch.value("mailboxIds/inbox").isNull() && patch.contains("mailboxIds/inbox")) {
-                for (qsizetype i = 0; i < server->threads.size(); ++i)
-                    if (server->threads.at(i).first().value("threadId").toString() == threadId)
-                        parked.insert(threadId, server->threads.takeAt(i));
-            } else if (patch.value("mailboxIds/inbox").toBool() && parked.contains(threadId)) {
-                server->threads.prepend(parked.take(threadId));
-            }
-        }
-        return QJsonObject{{"updated", updated}};
-    });
+    FakeMailServer::setBody(*server->find("T2-1"), "<div style='height:1500px'>Lunch?</div>",
+                            QStringLiteral("text/html"));
+    server->mailboxes = QJsonArray{FakeMailServer::mailbox(inbox, "Inbox", "inbox", 1, 3),
+                                   FakeMailServer::mailbox("archive", "Archive", "archive", 2, 3),
+                                   FakeMailServer::mailbox("projects", "Projects", {}, 3, 3)};
 }
 
 std::unique_ptr<AppState> TestMainActions::makeState(bool demo)
 {
     const QString name = QTest::currentTestFunction();
-    AppEnvironment environment;
-    environment.network = network.get();
-    environment.configStore = ConfigStore(home.filePath(name + ".json"));
-    environment.readToken = [this] { return Keychain::readToken(keychain); };
-    environment.saveToken = [this](const QString& token) {
-        return Keychain::saveToken(keychain, token);
-    };
+    AppEnvironment environment =
+        testEnvironment(network.get(), home.filePath(name + ".json"), keychain);
     environment.demo = demo;
     auto holder = std::make_shared<AppState*>(nullptr);
     environment.installKeyMonitor = [holder] { KeyMonitor::install(*holder); };
@@ -215,21 +191,22 @@ void TestMainActions::keysArchiveUndoAndMove()
     QVERIFY(toast->undoButton()->isVisible());
     QCOMPARE(toast->keyHint()->text(), QString("Ctrl+Z"));
     QCOMPARE(window->menus()->undoAction()->text(), QString("Undo Move to Archive"));
-    QTRY_VERIFY(parked.contains("T1"));
+    QTRY_VERIFY(archived(*server, "T1"));
 
     // Once the toast has gone, Ctrl+Z still takes the move back, through the undo stack.
     state->dismissToast();
     QVERIFY(!toast->isVisible());
     press(window.get(), Qt::Key_Z, Qt::ControlModifier);
     QTRY_COMPARE(threadIds(state.get()), QStringList({"T1", "T2", "T3"}));
-    QVERIFY(!parked.contains("T1"));
+    QVERIFY(!server->threadsIn("archive").contains("T1"));
+    QVERIFY(server->threadsIn("inbox").contains("T1"));
     QCOMPARE(window->undoStack()->index(), 0);
 
     // The toast's own Undo does the same.
     state->setSelectedThreadIds({"T3"});
     press(window.get(), Qt::Key_E);
     QCOMPARE(state->selectedThreadIds(), QSet<QString>{"T2"});
-    QTRY_VERIFY(parked.contains("T3"));
+    QTRY_VERIFY(archived(*server, "T3"));
     QTest::mouseClick(toast->undoButton(), Qt::LeftButton);
     QTRY_COMPARE(threadIds(state.get()).size(), 3);
 }
@@ -491,7 +468,7 @@ void TestMainActions::contextMenusAndDrops()
     QVERIFY(!menu->action(MailAction::Forward)->isEnabled());
     QVERIFY(menu->action(MailAction::ToggleFlag)->isEnabled());
     QVERIFY(!actionTitled(menu.get(), "Show Raw Message"));
-    QTRY_VERIFY(parked.contains("T3"));
+    QTRY_VERIFY(archived(*server, "T3"));
 
     // The sidebar's menu: nothing unread, no order of the user's own.
     SidebarView* sidebar = window->sidebar();

@@ -1,8 +1,8 @@
-#include "../FakeMailServer.h"
+#include "AppTestEnvironment.h"
+#include "FakeMailServer.h"
 #include "FakeNetwork.h"
 #include "MemorySecretStore.h"
 #include "app/state/AppState.h"
-#include "config/Keychain.h"
 #include "ui/desktop/Icons.h"
 #include "ui/main/MainWindow.h"
 #include "ui/reader/AttachmentChip.h"
@@ -118,7 +118,7 @@ private:
 void TestReader::init()
 {
     network = std::make_unique<FakeNetwork>();
-    server = std::make_unique<FakeMailServer>(network.get());
+    server = std::make_unique<FakeMailServer>(*network);
     keychain = MemorySecretStore();
     keychain.data = QByteArray("fmu1-token");
     clock = QDateTime(QDate(2026, 11, 23), QTime(9, 0));
@@ -138,20 +138,15 @@ void TestReader::init()
     emails[4]["bodyValues"] = QJsonObject{
         {"1", QJsonObject{{"value", "<img src='cid:logo'><div style='height:700px'>Q3</div>"
                                     "<img src='https://tracker.example.com/pixel.png'>"}}}};
-    server->threads << emails
-                    << FakeMailServer::thread("T2", "Bo Lind", "Lunch", now.addSecs(-3600));
+    server->add(emails);
+    server->add(FakeMailServer::thread("T2", "Bo Lind", "Lunch", now.addSecs(-3600)));
 }
 
 std::unique_ptr<AppState> TestReader::makeState()
 {
     const QString name = QTest::currentTestFunction();
-    AppEnvironment environment;
-    environment.network = network.get();
-    environment.configStore = ConfigStore(home.filePath(name + ".json"));
-    environment.readToken = [this] { return Keychain::readToken(keychain); };
-    environment.saveToken = [this](const QString& token) {
-        return Keychain::saveToken(keychain, token);
-    };
+    AppEnvironment environment =
+        testEnvironment(network.get(), home.filePath(name + ".json"), keychain);
     environment.attachmentCacheDir = home.filePath(name + "-cache");
     environment.downloadsDir = home.filePath("Downloads");
     auto state = std::make_unique<AppState>(environment);

@@ -1,5 +1,5 @@
-#include "../FakeMailServer.h"
 #include "AppTestEnvironment.h"
+#include "FakeMailServer.h"
 #include "FakeNetwork.h"
 #include "app/state/AppState.h"
 #include "ui/main/SyncFooter.h"
@@ -70,7 +70,7 @@ private:
 void TestThreadList::init()
 {
     network = std::make_unique<FakeNetwork>();
-    server = std::make_unique<FakeMailServer>(network.get());
+    server = std::make_unique<FakeMailServer>(*network);
     keychain = MemorySecretStore();
     keychain.data = QByteArray("fmu1-token");
 }
@@ -90,9 +90,9 @@ std::unique_ptr<AppState> TestThreadList::connectedState(int pageSize)
 void TestThreadList::refreshesChangeRowsInPlace()
 {
     for (int i = 1; i <= 30; ++i)
-        server->threads << FakeMailServer::thread(QStringLiteral("T%1").arg(i), "Anna Berg",
-                                                  QStringLiteral("Subject %1").arg(i),
-                                                  now.addSecs(-600 * i), i == 3 ? 2 : 1, i != 3);
+        server->add(FakeMailServer::thread(QStringLiteral("T%1").arg(i), "Anna Berg",
+                                           QStringLiteral("Subject %1").arg(i),
+                                           now.addSecs(-600 * i), i == 3 ? 2 : 1, i != 3));
     auto state = connectedState();
     ThreadListView view(state.get());
     QObject::connect(state.get(), &AppState::selectedThreadIdsChanged, state.get(),
@@ -138,9 +138,9 @@ void TestThreadList::refreshesChangeRowsInPlace()
 
     view.list()->verticalScrollBar()->setValue(120);
     // Mail arrives at the top, T2 goes away, T5 gets a new subject.
-    server->threads.removeAt(1);
-    server->threads.prepend(FakeMailServer::thread("T0", "Bo Lind", "New", now, 1, false));
-    server->threads[4].last()["subject"] = "Renamed";
+    server->removeThread("T2");
+    server->add(FakeMailServer::thread("T0", "Bo Lind", "New", now, 1, false));
+    server->find("T5-1")->insert("subject", "Renamed");
     network->clearRequests();
     QSignalSpy moves(view.model(), &QAbstractItemModel::rowsMoved);
     QSignalSpy removals(view.model(), &QAbstractItemModel::rowsRemoved);
@@ -165,8 +165,8 @@ void TestThreadList::refreshesChangeRowsInPlace()
 void TestThreadList::loadMorePagesUntilAllAreIn()
 {
     for (int i = 1; i <= 12; ++i)
-        server->threads << FakeMailServer::thread(QStringLiteral("T%1").arg(i), "Anna Berg",
-                                                  "Hello", now.addDays(-i));
+        server->add(FakeMailServer::thread(QStringLiteral("T%1").arg(i), "Anna Berg", "Hello",
+                                           now.addDays(-i)));
     auto state = connectedState(5);
     ThreadListView view(state.get());
     QAbstractItemModelTester tester(view.model(),
@@ -215,10 +215,10 @@ void TestThreadList::dateHeaders()
     QFETCH(bool, groupByDate);
     QFETCH(QStringList, rows);
     const QDateTime noon(now.date(), QTime(12, 0));
-    server->threads << FakeMailServer::thread("T1", "Anna", "a", noon.addSecs(-60))
-                    << FakeMailServer::thread("T2", "Anna", "b", noon.addSecs(-3600))
-                    << FakeMailServer::thread("T3", "Anna", "c", noon.addDays(-1))
-                    << FakeMailServer::thread("T4", "Anna", "d", noon.addDays(-40));
+    server->add(FakeMailServer::thread("T1", "Anna", "a", noon.addSecs(-60)));
+    server->add(FakeMailServer::thread("T2", "Anna", "b", noon.addSecs(-3600)));
+    server->add(FakeMailServer::thread("T3", "Anna", "c", noon.addDays(-1)));
+    server->add(FakeMailServer::thread("T4", "Anna", "d", noon.addDays(-40)));
     auto state = connectedState();
     AppConfig config = state->config();
     config.groupByDate = groupByDate;
@@ -264,7 +264,7 @@ void TestThreadList::dateText()
 
 void TestThreadList::emptyStatesAndSearch()
 {
-    server->threads << FakeMailServer::thread("T1", "Anna", "Lunch on Friday", now);
+    server->add(FakeMailServer::thread("T1", "Anna", "Lunch on Friday", now));
     auto state = connectedState();
     ThreadListView view(state.get());
     view.resize(356, 500);
@@ -308,7 +308,7 @@ void TestThreadList::emptyStatesAndSearch()
     QVERIFY(!view.showsEmptyState());
 
     // The plain mailbox without mail says so in its own words.
-    server->threads.clear();
+    server->emails.clear();
     state->refresh();
     QTRY_VERIFY(view.showsEmptyState());
     QCOMPARE(view.emptyState()->title(), QString("No conversations"));
