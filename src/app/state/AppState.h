@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/compose/ComposeDraft.h"
 #include "app/platform/WindowServices.h"
 #include "app/state/KeyContext.h"
 #include "app/state/ThreadCache.h"
@@ -8,6 +9,8 @@
 #include "config/AppConfig.h"
 #include "config/ConfigStore.h"
 #include "content/AddressBook.h"
+#include "content/DraftSeed.h"
+#include "content/MailtoLink.h"
 #include "jmap/Identity.h"
 #include "jmap/JMAPClient.h"
 #include "jmap/Mailbox.h"
@@ -15,6 +18,7 @@
 #include "keys/MailAction.h"
 #include "mail/MailService.h"
 #include "mail/MailThread.h"
+#include "mail/Submission.h"
 
 #include <QCoroTask>
 #include <QHash>
@@ -68,6 +72,8 @@ struct AppEnvironment
         std::chrono::milliseconds pushMaximumDelay{60000};
         // The unit of a toast's lifetime, which callers give in seconds.
         std::chrono::milliseconds toastSecond{1000};
+        // The pause after the last change of a draft before it is saved.
+        std::chrono::milliseconds autosaveDelay{3000};
     } timing;
     // How many messages one request of "Mark All as Read" marks.
     qint64 markAllReadBatchSize = 500;
@@ -266,6 +272,54 @@ public:
     void moveMailbox(const QString& mailboxId, int toRow);
     void resetFolderOrder();
 
+    // Writing mail.
+    // Opens a compose window: a new message, a reply or forward of `email` (else of the message
+    // the reader is about), with recipients or a mailto: link. Gives the draft, or null when a
+    // reply has nothing to answer.
+    ComposeDraft* compose(std::optional<ReplyKind> kind = std::nullopt,
+                          const std::optional<Email>& email = std::nullopt,
+                          const QList<EmailAddress>& to = {},
+                          const std::optional<MailtoLink>& link = std::nullopt);
+    // Reopens a server draft, or raises the window that already holds it.
+    ComposeDraft* editDraft(const Email& email);
+    // A window the system restored without its draft gets an empty one.
+    ComposeDraft* ensureDraft(const QUuid& id);
+    const QMap<QUuid, std::shared_ptr<ComposeDraft>>& drafts() const { return m_drafts; }
+    ComposeDraft* draft(const QUuid& id) const;
+    // The window calls this after each change of the draft's content: saves after a pause.
+    void draftChanged(ComposeDraft* draft);
+    // Writes the draft to Drafts after the writes asked before; gives the server id, or none
+    // (the reason is in the draft's error). Never throws.
+    QCoro::Task<std::optional<QString>> saveDraft(ComposeDraft* draft);
+    // The window closed, however: a changed draft is saved, with the toast "Draft saved".
+    void closeDraft(const QUuid& id);
+    // The user confirmed the discard question: the window closes and the server copy goes.
+    void discard(ComposeDraft* draft);
+    // The recipient completion popup of a field.
+    void updateSuggestions(RecipientField field, ComposeDraft* draft);
+    void dismissSuggestions(ComposeDraft* draft);
+    bool handleSuggestionKey(const KeyBinding& binding, ComposeDraft* draft);
+    // The compose window's actions (send, attach, Markdown, preview, discard).
+    void perform(MailAction action, const QUuid& draftId);
+    // Adds local files to the draft; they are uploaded when the draft is saved.
+    void attach(const QList<QUrl>& urls, ComposeDraft* draft);
+    // The interface's file dialog for attachments; it calls attach() with the chosen files.
+    void setChooseAttachments(std::function<void(ComposeDraft*)> choose);
+
+    // Sending. Never throws: failures stand in the draft's error.
+    QCoro::Task<> send(ComposeDraft* draft, bool archive = false,
+                       std::optional<QDateTime> at = std::nullopt);
+    QCoro::Task<> sendAndArchive(ComposeDraft* draft) { return send(draft, true); }
+    QCoro::Task<> sendLater(ComposeDraft* draft, QDateTime at) { return send(draft, false, at); }
+    // Held submissions of the open thread's sent messages, by email id.
+    const QHash<QString, PendingSubmission>& pendingSends() const { return m_pendingSends; }
+    // Stops a held message and opens it as a draft again.
+    void cancelScheduledSend(const Email& email);
+
+    // mailto: links handed over by the desktop; they wait until the start sequence ends.
+    void open(const QList<QUrl>& urls);
+    const std::optional<QList<MailtoLink>>& pendingLinks() const { return m_pendingLinks; }
+
     // The keyboard.
     // Decides what a key press means where it happened; true when it was consumed.
     bool handleKeyDown(const KeyBinding& binding, const KeyContext& context);
@@ -308,6 +362,8 @@ Q_SIGNALS:
     void paneFocusRequestChanged();
     void searchFocusRequestChanged();
     void showsShortcutsChanged();
+    void draftsChanged();
+    void pendingSendsChanged();
 
 private:
     friend class MoveCommand;
@@ -404,6 +460,31 @@ private:
     static QCoro::Task<> learnRecipients(QPointer<AppState> self,
                                          std::shared_ptr<MailService> service, QString sentId);
 
+    // Writing mail.
+    void openDraft(std::shared_ptr<ComposeDraft> draft);
+    void removeDraft(const QUuid& id);
+    std::optional<Identity> sendingIdentity(const ComposeDraft& draft) const;
+    OutgoingMessage outgoingMessage(const ComposeDraft& draft, const Identity& identity) const;
+    QList<DraftAttachment> forwardedAttachments(const Email& email) const;
+    static QCoro::Task<std::optional<QString>> runSave(QPointer<AppState> self,
+                                                       std::shared_ptr<ComposeDraft> draft);
+    QCoro::Task<std::optional<QString>> writeDraft(std::shared_ptr<ComposeDraft> draft);
+    static QCoro::Task<QList<OutgoingAttachment>> upload(QList<DraftAttachment> attachments,
+                                                         std::shared_ptr<ComposeDraft> draft,
+                                                         std::shared_ptr<MailService> service);
+    static QCoro::Task<> runClose(QPointer<AppState> self, std::shared_ptr<ComposeDraft> draft);
+    static QCoro::Task<> runDiscard(QPointer<AppState> self, std::shared_ptr<ComposeDraft> draft);
+    static QCoro::Task<> runUndoSend(QPointer<AppState> self, QString submissionId, QString emailId,
+                                     std::shared_ptr<ComposeDraft> draft,
+                                     std::optional<QList<Email>> archived, QString threadId,
+                                     QString sourceMailbox, QString archiveMailbox);
+    QCoro::Task<> unsend(QString submissionId, QString emailId,
+                         std::shared_ptr<ComposeDraft> draft);
+    static QCoro::Task<> runCancelScheduledSend(QPointer<AppState> self, PendingSubmission entry,
+                                                Email email);
+    QCoro::Task<> loadPendingSends(QList<Email> emails, quint64 generation);
+    void composePendingLinks();
+
     AppEnvironment m_environment;
     AppConfig m_config;
     bool m_hasToken = false;
@@ -469,4 +550,10 @@ private:
     int m_paneFocusRequest = 0;
     int m_searchFocusRequest = 0;
     bool m_showsShortcuts = false;
+
+    // Writing mail.
+    QMap<QUuid, std::shared_ptr<ComposeDraft>> m_drafts;
+    QHash<QString, PendingSubmission> m_pendingSends;
+    std::optional<QList<MailtoLink>> m_pendingLinks = QList<MailtoLink>{};
+    std::function<void(ComposeDraft*)> m_chooseAttachments;
 };
