@@ -10,6 +10,7 @@
 #include "ui/desktop/Icons.h"
 #include "ui/web/MailWebView.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
@@ -71,10 +72,7 @@ private:
 };
 
 ComposeWindow::ComposeWindow(AppState* state, ComposeDraft* draft, QWidget* parent)
-    : QWidget(parent, Qt::Window),
-      m_state(state),
-      m_draft(draft),
-      m_draftId(draft->id()),
+    : QWidget(parent, Qt::Window), m_state(state), m_draft(draft), m_draftId(draft->id()),
       m_handle(std::make_unique<Handle>(this))
 {
     setAttribute(Qt::WA_DeleteOnClose);
@@ -116,8 +114,21 @@ ComposeWindow::ComposeWindow(AppState* state, ComposeDraft* draft, QWidget* pare
     m_popup = new SuggestionPopup(this);
     connect(m_popup, &SuggestionPopup::rowClicked, this, &ComposeWindow::completeWith);
 
-    setTabOrder({m_from, m_to, m_cc, m_bcc, m_subject, m_body, m_markdown, m_previewToggle,
-                 m_attach, m_discard, m_sendAndArchive, m_sendLater, m_send});
+    const QList<QWidget*> tabOrder{m_from,
+                                   m_to,
+                                   m_cc,
+                                   m_bcc,
+                                   m_subject,
+                                   m_body,
+                                   m_markdown,
+                                   m_previewToggle,
+                                   m_attach,
+                                   m_discard,
+                                   m_sendAndArchive,
+                                   m_sendLater,
+                                   m_send};
+    for (qsizetype index = 1; index < tabOrder.size(); ++index)
+        setTabOrder(tabOrder.at(index - 1), tabOrder.at(index));
     for (QWidget* widget : {static_cast<QWidget*>(m_to), static_cast<QWidget*>(m_cc),
                             static_cast<QWidget*>(m_bcc), static_cast<QWidget*>(m_subject),
                             static_cast<QWidget*>(m_body), static_cast<QWidget*>(m_from)})
@@ -327,8 +338,8 @@ void ComposeWindow::buildBottomBar(QWidget* bar)
 void ComposeWindow::refreshSendLaterMenu()
 {
     m_sendLaterMenu->clear();
-    const auto options = SendLater::options(QDateTime::currentDateTime(),
-                                            QTimeZone::systemTimeZone(), QLocale(), 8);
+    const auto options =
+        SendLater::options(QDateTime::currentDateTime(), QTimeZone::systemTimeZone(), QLocale(), 8);
     for (const SendLater::Option& option : options) {
         const QDateTime date = option.date;
         m_sendLaterMenu->addAction(option.title, this, [this, date] {
@@ -337,8 +348,7 @@ void ComposeWindow::refreshSendLaterMenu()
         });
     }
     m_sendLaterMenu->addSeparator();
-    m_sendLaterMenu->addAction(tr("Choose Date and Time…"), this,
-                               &ComposeWindow::chooseSendDate);
+    m_sendLaterMenu->addAction(tr("Choose Date and Time…"), this, &ComposeWindow::chooseSendDate);
 }
 
 void ComposeWindow::chooseSendDate()
@@ -445,8 +455,7 @@ void ComposeWindow::refreshIdentities()
     m_from->clear();
     for (const Identity& identity : m_state->identities())
         m_from->addItem(EmailAddresses::formatted(identityAddress(identity)), identity.id);
-    m_from->setCurrentIndex(m_draft->identityId() ? m_from->findData(*m_draft->identityId())
-                                                  : -1);
+    m_from->setCurrentIndex(m_draft->identityId() ? m_from->findData(*m_draft->identityId()) : -1);
 }
 
 void ComposeWindow::refreshAttachments()
@@ -468,9 +477,9 @@ void ComposeWindow::refreshAttachments()
         auto* icon = new QLabel(chip);
         icon->setPixmap(Icons::icon("paperclip").pixmap(14, 14));
         chipRow->addWidget(icon);
-        const QString title =
-            attachment.size ? attachment.name + " (" + sizeText(*attachment.size) + ")"
-                            : attachment.name;
+        const QString title = attachment.size
+                                  ? attachment.name + " (" + sizeText(*attachment.size) + ")"
+                                  : attachment.name;
         chipRow->addWidget(new QLabel(title, chip));
         auto* remove = new QToolButton(chip);
         remove->setIcon(Icons::icon("xmark.circle.fill"));
@@ -522,11 +531,12 @@ void ComposeWindow::refreshPreview()
         return;
     m_renderedBody = body;
     m_renderedOnce = true;
-    const QString html = EmailHTML::wrap(
-        MarkdownRenderer::html(body, m_state->config().markdownHardBreaks), true);
+    const QString html =
+        EmailHTML::wrap(MarkdownRenderer::html(body, m_state->config().markdownHardBreaks), true);
     // The preview shows the user's own text; it has no message parts to serve.
-    m_preview->setDocument(html, {}, [](const BodyPart&) -> QByteArray {
+    m_preview->setDocument(html, {}, [](BodyPart) -> QCoro::Task<QByteArray> {
         throw std::runtime_error("The preview has no message parts.");
+        co_return QByteArray();
     });
 }
 
@@ -590,12 +600,11 @@ std::optional<RecipientField> ComposeWindow::recipientField(QObject* widget) con
 
 void ComposeWindow::completeWith(int row)
 {
-    if (!m_draft || !m_draft->suggestionField() || row < 0 ||
-        row >= m_draft->suggestions().size())
+    if (!m_draft || !m_draft->suggestionField() || row < 0 || row >= m_draft->suggestions().size())
         return;
     const RecipientField field = *m_draft->suggestionField();
-    m_draft->setField(field, EmailAddresses::completing(m_draft->field(field),
-                                                        m_draft->suggestions().at(row)));
+    m_draft->setField(
+        field, EmailAddresses::completing(m_draft->field(field), m_draft->suggestions().at(row)));
     m_state->dismissSuggestions(m_draft);
     m_state->draftChanged(m_draft);
     recipientEdit(field)->setFocus(Qt::OtherFocusReason);

@@ -9,8 +9,7 @@
 
 SendLaterPopover::SendLaterPopover(const QDateTime& now, qint64 maxDelaySeconds,
                                    const QDateTime& initial, QWidget* parent)
-    : QDialog(parent),
-      m_earliest(now.toLocalTime()),
+    : QDialog(parent), m_earliest(now.toLocalTime()),
       m_latest(now.toLocalTime().addSecs(std::max<qint64>(0, maxDelaySeconds)))
 {
     setWindowTitle(tr("Send Later"));

@@ -33,8 +33,7 @@ QRect SuggestionPopup::rowRect(int row) const
                  width() - 2 * framePadding - shadow, rowHeight());
 }
 
-void SuggestionPopup::show(const QList<EmailAddress>& suggestions, int highlighted,
-                           QWidget* anchor)
+void SuggestionPopup::show(const QList<EmailAddress>& suggestions, int highlighted, QWidget* anchor)
 {
     m_suggestions = suggestions;
     m_highlighted = highlighted;
@@ -90,8 +89,8 @@ void SuggestionPopup::paintEvent(QPaintEvent*)
             bold.setWeight(QFont::DemiBold);
             painter.setFont(bold);
             painter.setPen(palette().color(QPalette::Text));
-            const QString shown = QFontMetrics(bold).elidedText(name, Qt::ElideRight,
-                                                                text.width() / 2);
+            const QString shown =
+                QFontMetrics(bold).elidedText(name, Qt::ElideRight, text.width() / 2);
             painter.drawText(text, Qt::AlignVCenter | Qt::AlignLeft, shown);
             text.setLeft(text.left() + QFontMetrics(bold).horizontalAdvance(shown) + 6);
             painter.setFont(font());
