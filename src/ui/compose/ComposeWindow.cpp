@@ -16,6 +16,7 @@
 #include <QComboBox>
 #include <QDragEnterEvent>
 #include <QFileDialog>
+#include <QFontDatabase>
 #include <QFrame>
 #include <QGridLayout>
 #include <QKeyEvent>
@@ -100,7 +101,7 @@ ComposeWindow::ComposeWindow(AppState* state, ComposeDraft* draft, QWidget* pare
     m_body->setAcceptDrops(false);
     m_body->viewport()->setAcceptDrops(false);
     m_preview = new MailWebView(m_split);
-    m_preview->setAccessibleName(tr("Preview"));
+    m_preview->setAccessibleName(tr("Message preview"));
     m_preview->setMinimumHeight(240);
     m_split->addWidget(m_body);
     m_split->addWidget(m_preview);
@@ -498,8 +499,16 @@ void ComposeWindow::refreshAttachments()
         chip->setAccessibleName(title);
         m_attachmentChips->addWidget(chip);
     }
+    if (m_isDropTargeted) {
+        auto* hint = new QLabel(attachments.isEmpty() ? tr("Drop files here to attach them")
+                                                      : tr("Drop to add"),
+                                strip);
+        hint->setStyleSheet(
+            "border: 1px dashed palette(mid); border-radius: 6px; padding: 3px 8px;");
+        m_attachmentChips->addWidget(hint);
+    }
     m_attachmentChips->addStretch();
-    const bool shown = !attachments.isEmpty();
+    const bool shown = !attachments.isEmpty() || m_isDropTargeted;
     m_attachmentRow->setVisible(shown);
     m_attachLabel->setVisible(shown);
     if (shown) {
@@ -668,13 +677,24 @@ void ComposeWindow::closeEvent(QCloseEvent* event)
 
 void ComposeWindow::dragEnterEvent(QDragEnterEvent* event)
 {
-    if (event->mimeData()->hasUrls())
-        event->acceptProposedAction();
+    if (!event->mimeData()->hasUrls())
+        return;
+    event->acceptProposedAction();
+    setDropTargeted(true);
 }
 
 void ComposeWindow::dragLeaveEvent(QDragLeaveEvent* event)
 {
     QWidget::dragLeaveEvent(event);
+    setDropTargeted(false);
+}
+
+void ComposeWindow::setDropTargeted(bool targeted)
+{
+    if (m_isDropTargeted == targeted)
+        return;
+    m_isDropTargeted = targeted;
+    refreshAttachments();
 }
 
 void ComposeWindow::dropEvent(QDropEvent* event)
@@ -683,5 +703,6 @@ void ComposeWindow::dropEvent(QDropEvent* event)
     if (urls.isEmpty() || !m_draft)
         return;
     event->acceptProposedAction();
+    setDropTargeted(false);
     m_state->attach(urls, m_draft);
 }

@@ -65,13 +65,14 @@ private:
     std::optional<RecipientField> recipientField(QObject* widget) const;
     void completeWith(int row);
     void placeCaretAtStart();
+    void setDropTargeted(bool targeted);
 
     AppState* m_state;
     QPointer<ComposeDraft> m_draft;
     QUuid m_draftId;
     std::unique_ptr<Handle> m_handle;
     bool m_closedDraft = false;
-    bool m_placedCaret = false;
+    bool m_isDropTargeted = false;
 
     QComboBox* m_from = nullptr;
     QLineEdit* m_to = nullptr;

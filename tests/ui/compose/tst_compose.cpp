@@ -304,6 +304,8 @@ void TestCompose::droppedFilesAttachAndFoldersDoNot()
         QDragEnterEvent enter(QPoint(400, 300), Qt::CopyAction, &data, Qt::LeftButton, {});
         QApplication::sendEvent(window, &enter);
         QVERIFY(enter.isAccepted());
+        // While a drag hovers, the window says where the files go.
+        QVERIFY(named<QWidget>(window, "Attachments")->isVisible());
         QDropEvent dropEvent(QPointF(400, 300), Qt::CopyAction, &data, Qt::LeftButton, {});
         QApplication::sendEvent(window, &dropEvent);
     };
@@ -346,7 +348,7 @@ void TestCompose::replyPreviewFollowsBody()
     QVERIFY(body->toPlainText().contains("-- \nMe, at work"));
     QVERIFY(named<QPushButton>(window, "Send & Archive")->isVisible());
 
-    auto* preview = named<MailWebView>(window, "Preview");
+    auto* preview = named<MailWebView>(window, "Message preview");
     auto* toggle = named<QToolButton>(window, "Preview");
     QVERIFY(!preview->isVisible());
     QVERIFY(toggle->isEnabled());
