@@ -5,10 +5,12 @@
 #include "config/Keychain.h"
 #include "ui/compose/ComposeWindow.h"
 #include "ui/compose/ComposeWindows.h"
+#include "ui/compose/SendLaterPopover.h"
 #include "ui/compose/SuggestionPopup.h"
 #include "ui/web/MailWebView.h"
 
 #include <QApplication>
+#include <QCalendarWidget>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
@@ -22,6 +24,7 @@
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimeEdit>
 #include <QToolButton>
 #include <QWebEnginePage>
 
@@ -279,6 +282,21 @@ void TestCompose::sendControlsFollowConnection()
         Q_EMIT menu->aboutToShow();
         QVERIFY(menu->actions().size() >= 3);
         QCOMPARE(menu->actions().last()->text(), QString("Choose Date and Time…"));
+
+        // The chooser offers an hour from now, and nothing past the server's limit.
+        const QDateTime opened = QDateTime::currentDateTime();
+        menu->actions().last()->trigger();
+        SendLaterPopover* popover = nullptr;
+        QTRY_VERIFY((popover = window->findChild<SendLaterPopover*>()) && popover->isVisible());
+        QVERIFY(qAbs(popover->chosen().secsTo(opened.addSecs(3600))) < 60);
+        QCOMPARE(popover->calendar()->maximumDate(), opened.addSecs(maxDelayedSend).date());
+        popover->calendar()->setSelectedDate(popover->calendar()->maximumDate());
+        popover->timeEdit()->setTime(QTime(23, 59));
+        QVERIFY(popover->chosen() <= QDateTime::currentDateTime().addSecs(maxDelayedSend));
+        QVERIFY(popover->chosen() >= opened.addSecs(maxDelayedSend - 60));
+        QTest::keyClick(popover, Qt::Key_Escape);
+        QTRY_VERIFY(!window->findChild<SendLaterPopover*>());
+        QVERIFY(state->draft(window->draftId())); // nothing was sent
     }
 }
 
