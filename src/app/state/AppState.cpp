@@ -219,6 +219,7 @@ void AppState::start(std::function<void(QUuid)> openCompose)
         m_environment.installKeyMonitor();
     if (m_environment.demo) {
         loadDemoData();
+        composePendingLinks();
         return;
     }
     // Started before connect: it sleeps first, and does nothing while there is no service.
@@ -243,4 +244,7 @@ void AppState::loadDemoData()
 QCoro::Task<> AppState::runConnect(QPointer<AppState> self)
 {
     co_await self->connect();
+    // Links that came while connecting are composed whatever connect achieved.
+    if (self)
+        self->composePendingLinks();
 }

@@ -442,6 +442,7 @@ private:
                                              QMap<QString, QJsonObject> patch);
 
     // The keyboard.
+    bool handleComposeKey(const KeyBinding& binding, const KeyContext& context);
     void stepSelection(int delta);
     void stepMessage(int delta);
     void stepPane(int delta);

@@ -64,6 +64,18 @@ void AppState::setWindowServices(WindowServices services)
 void AppState::perform(MailAction action)
 {
     switch (action) {
+    case MailAction::Compose:
+        compose();
+        break;
+    case MailAction::Reply:
+        compose(ReplyKind::Reply);
+        break;
+    case MailAction::ReplyAll:
+        compose(ReplyKind::ReplyAll);
+        break;
+    case MailAction::Forward:
+        compose(ReplyKind::Forward);
+        break;
     case MailAction::Archive:
         moveSelectedThreads(QStringLiteral("archive"));
         break;
@@ -134,7 +146,7 @@ void AppState::perform(MailAction action)
         setShowsShortcuts(!m_showsShortcuts);
         break;
     default:
-        // Writing mail, and the compose window's own actions.
+        // The compose window's own actions go to perform(action, draftId).
         break;
     }
 }

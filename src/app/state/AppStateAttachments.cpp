@@ -7,6 +7,9 @@
 #include <QFileInfo>
 #include <QMimeDatabase>
 #include <QSaveFile>
+#include <QtConcurrent/QtConcurrentRun>
+
+#include <QCoroFuture>
 
 namespace {
 
@@ -198,4 +201,73 @@ QCoro::Task<> AppState::runRawMessage(QPointer<AppState> self, std::shared_ptr<M
             self->setRawMessage(std::nullopt);
         self->report(std::current_exception());
     }
+}
+
+void AppState::setChooseAttachments(std::function<void(ComposeDraft*)> choose)
+{
+    m_chooseAttachments = std::move(choose);
+}
+
+void AppState::attach(const QList<QUrl>& urls, ComposeDraft* draft)
+{
+    if (!draft)
+        return;
+    auto attachments = draft->attachments();
+    for (const QUrl& url : urls) {
+        const bool known = std::any_of(attachments.cbegin(), attachments.cend(),
+                                       [&](const DraftAttachment& a) { return a.fileUrl == url; });
+        if (known)
+            continue;
+        const QFileInfo info(url.toLocalFile());
+        if (!url.isLocalFile() || !info.exists() || info.isDir()) {
+            draft->setError(QStringLiteral("Only files can be attached, not folders."));
+            continue;
+        }
+        DraftAttachment attachment;
+        attachment.id = QUuid::createUuid();
+        attachment.name = info.fileName();
+        const QMimeType mime = QMimeDatabase().mimeTypeForFile(info);
+        attachment.type =
+            mime.isDefault() ? QStringLiteral("application/octet-stream") : mime.name();
+        attachment.size = info.size();
+        attachment.fileUrl = url;
+        attachments.append(attachment);
+    }
+    draft->setAttachments(attachments);
+    draftChanged(draft);
+}
+
+QCoro::Task<QList<OutgoingAttachment>> AppState::upload(QList<DraftAttachment> attachments,
+                                                        std::shared_ptr<ComposeDraft> draft,
+                                                        std::shared_ptr<MailService> service)
+{
+    QList<OutgoingAttachment> result;
+    for (const DraftAttachment& attachment : attachments) {
+        if (attachment.blobId) {
+            result.append({*attachment.blobId, attachment.name, attachment.type});
+            continue;
+        }
+        if (!attachment.fileUrl)
+            continue;
+        // Reading a large file must not stall the windows.
+        const QString path = attachment.fileUrl->toLocalFile();
+        const std::optional<QByteArray> data =
+            co_await QtConcurrent::run([path]() -> std::optional<QByteArray> {
+                QFile file(path);
+                if (!file.open(QIODevice::ReadOnly))
+                    return std::nullopt;
+                return file.readAll();
+            });
+        if (!data)
+            throw MessageError(
+                QStringLiteral("The file “%1” could not be read.").arg(attachment.name));
+        const QString blobId = co_await service->client()->upload(*data, attachment.type);
+        auto current = draft->attachments();
+        for (DraftAttachment& candidate : current)
+            if (candidate.id == attachment.id)
+                candidate.blobId = blobId;
+        draft->setAttachments(current);
+        result.append({blobId, attachment.name, attachment.type});
+    }
+    co_return result;
 }

@@ -11,8 +11,9 @@ bool isPlain(const KeyBinding& binding, const QString& key)
 
 bool AppState::handleKeyDown(const KeyBinding& binding, const KeyContext& context)
 {
-    // Settings, Contacts and the directory windows keep all their keys; compose windows have no
-    // keys of their own here yet.
+    if (context.window == KeyContext::Window::Compose)
+        return handleComposeKey(binding, context);
+    // Settings, Contacts and the directory windows keep all their keys.
     if (context.window != KeyContext::Window::Main)
         return false;
     if (m_showsShortcuts) {
@@ -69,6 +70,28 @@ bool AppState::handleKeyDown(const KeyBinding& binding, const KeyContext& contex
     }
     if (isPlain(binding, QStringLiteral("up"))) {
         stepSelection(-1);
+        return true;
+    }
+    return false;
+}
+
+bool AppState::handleComposeKey(const KeyBinding& binding, const KeyContext& context)
+{
+    ComposeDraft* draft = context.draftId ? this->draft(*context.draftId) : nullptr;
+    if (!draft)
+        return false;
+    // The popup takes its keys first; Escape otherwise goes to the window.
+    if (!draft->suggestions().isEmpty() && handleSuggestionKey(binding, draft))
+        return true;
+    const bool typing = context.focus == KeyContext::Focus::Text;
+    for (const MailAction& action : MailAction::allCases()) {
+        if (action.scope() != MailAction::Scope::Compose)
+            continue;
+        if (m_config.binding(action) != binding)
+            continue;
+        if (typing && !binding.worksWhileTyping())
+            continue;
+        perform(action, draft->id());
         return true;
     }
     return false;

@@ -122,6 +122,7 @@ QCoro::Task<> AppState::loadOpenThread()
             unread.append(email.id);
     show(answer, opening);
     setIsLoadingThread(false);
+    loadPendingSends(answer, generation);
     prefetchThreads(*id);
     performPendingAction();
 

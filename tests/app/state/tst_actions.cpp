@@ -128,7 +128,7 @@ void TestActions::archiveSelectsTheNextThread()
     if (clicked.isEmpty())
         state->perform(MailAction::Archive);
     else
-        state->perform(MailAction::Archive, {clicked});
+        state->perform(MailAction::Archive, QSet<QString>{clicked});
 
     // At once on screen.
     QCOMPARE(state->threads().size(), count - archived.size());
