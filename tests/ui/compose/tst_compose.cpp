@@ -248,10 +248,14 @@ void TestCompose::sendControlsFollowConnection()
 {
     QFETCH(int, maxDelayedSend);
     QJsonObject session = FakeNetwork::defaultSession();
-    QJsonObject capabilities = session.value("capabilities").toObject();
+    QJsonObject accounts = session.value("accounts").toObject();
+    QJsonObject account = accounts.value(FakeNetwork::accountId()).toObject();
+    QJsonObject capabilities = account.value("accountCapabilities").toObject();
     capabilities["urn:ietf:params:jmap:submission"] =
         QJsonObject{{"maxDelayedSend", maxDelayedSend}};
-    session["capabilities"] = capabilities;
+    account["accountCapabilities"] = capabilities;
+    accounts[FakeNetwork::accountId()] = account;
+    session["accounts"] = accounts;
     network->setSession(session);
 
     auto state = makeState();
@@ -347,6 +351,15 @@ void TestCompose::droppedFilesAttachAndFoldersDoNot()
 
 void TestCompose::replyPreviewFollowsBody()
 {
+    // A reply to mail in the inbox can be sent and archived.
+    auto mailbox = [](const QString& id, const QString& name, int order) {
+        return QJsonObject{{"id", id},           {"name", name},      {"role", id},
+                           {"sortOrder", order}, {"totalEmails", 0},  {"unreadEmails", 0},
+                           {"totalThreads", 0},  {"unreadThreads", 0}};
+    };
+    network->respondTo("Mailbox/get",
+                       QJsonObject{{"list", QJsonArray{mailbox("inbox", "Inbox", 1),
+                                                       mailbox("archive", "Archive", 2)}}});
     auto state = makeState();
     ComposeWindows windows(state.get());
     QVERIFY(connect(state.get(), &windows));
@@ -372,9 +385,12 @@ void TestCompose::replyPreviewFollowsBody()
     QVERIFY(toggle->isEnabled());
     QTest::mouseClick(toggle, Qt::LeftButton);
     QVERIFY(preview->isVisible());
-    QTest::keyClicks(body, "Thanks, **Anna**:\n\n- one\n- two\n");
-    QTRY_VERIFY(pageHtml(preview->page()).contains("<strong>Anna</strong>"));
-    QVERIFY(pageHtml(preview->page()).contains("<li>two</li>"));
+    for (const char* line : {"Thanks, **Anna**:", "", "- one", "- two", ""}) {
+        QTest::keyClicks(body, QString::fromUtf8(line));
+        QTest::keyClick(body, Qt::Key_Return);
+    }
+    QTRY_VERIFY(pageHtml(preview->page()).contains("<strong>Anna</strong>") &&
+                pageHtml(preview->page()).contains("<li>two</li>"));
     screenshot(window, "reply-markdown-preview");
 
     // Without Markdown there is nothing to preview.
