@@ -95,6 +95,8 @@ ComposeWindow::ComposeWindow(AppState* state, ComposeDraft* draft, QWidget* pare
     m_body = new QPlainTextEdit(m_split);
     m_body->setAccessibleName(tr("Message"));
     m_body->setMinimumHeight(280);
+    // Tab leaves the text for the bottom bar, so the keyboard reaches every control.
+    m_body->setTabChangesFocus(true);
     m_body->setFrameShape(QFrame::NoFrame);
     m_body->document()->setDocumentMargin(8);
     // Files dragged onto the text must reach the window's drop handling, never become paths.
@@ -306,7 +308,7 @@ void ComposeWindow::buildBottomBar(QWidget* bar)
     });
     row->addWidget(m_discard);
 
-    m_sendAndArchive = new QPushButton(tr("Send & Archive"), bar);
+    m_sendAndArchive = new QPushButton(tr("Send && Archive"), bar);
     m_sendAndArchive->setAccessibleName(tr("Send & Archive"));
     m_sendAndArchive->setToolTip(tooltip(MailAction::SendAndArchive));
     m_sendAndArchive->setAutoDefault(false);
@@ -532,9 +534,15 @@ void ComposeWindow::refreshPreview()
     if (!m_draft)
         return;
     const bool shown = m_draft->isMarkdown() && m_draft->showsPreview();
+    const bool wasShown = !m_preview->isHidden();
     m_preview->setVisible(shown);
     if (!shown)
         return;
+    if (!wasShown) {
+        // Side by side, half each, however the splitter was left.
+        const int half = std::max(1, m_split->width() / 2);
+        m_split->setSizes({half, half});
+    }
     const QString body = m_draft->body();
     if (m_renderedOnce && body == m_renderedBody)
         return;

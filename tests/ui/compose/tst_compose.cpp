@@ -205,6 +205,20 @@ void TestCompose::titleFollowsSubjectAndDiscardAsksFirst()
     QCOMPARE(window->size(), QSize(820, 640));
     QCOMPARE(window->windowTitle(), QString("New Message"));
 
+    // Every control can be named by a screen reader, and Tab walks down the form.
+    for (QWidget* widget : window->findChildren<QWidget*>())
+        if (widget->isVisible() && (widget->focusPolicy() & Qt::TabFocus) &&
+            !widget->inherits("QWebEngineView") && widget->parent()->inherits("QWidget") &&
+            !widget->parentWidget()->inherits("QWebEngineView"))
+            QVERIFY2(!widget->accessibleName().isEmpty(), widget->metaObject()->className());
+    named<QComboBox>(window, "From")->setFocus();
+    QStringList visited;
+    for (int step = 0; step < 7; ++step) {
+        visited << QApplication::focusWidget()->accessibleName();
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    }
+    QCOMPARE(visited, QStringList({"From", "To", "Cc", "Bcc", "Subject", "Message", "Markdown"}));
+
     auto* subject = named<QLineEdit>(window, "Subject");
     subject->setFocus();
     QTest::keyClicks(subject, "Plans");
