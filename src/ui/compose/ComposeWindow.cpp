@@ -642,7 +642,14 @@ bool ComposeWindow::handleKey(QObject* watched, QKeyEvent* event)
         if (action.scope() != MailAction::Scope::Compose ||
             m_state->config().binding(action) != binding)
             continue;
-        m_state->perform(action, m_draftId);
+        // The keys obey the same rules as the buttons.
+        const bool blocked = (action == MailAction::Send && !m_send->isEnabled()) ||
+                             (action == MailAction::SendAndArchive &&
+                              (!m_sendAndArchive->isEnabled() || m_sendAndArchive->isHidden())) ||
+                             ((action == MailAction::Attach || action == MailAction::Discard) &&
+                              m_draft->isSending());
+        if (!blocked)
+            m_state->perform(action, m_draftId);
         return true;
     }
     return false;

@@ -286,6 +286,9 @@ void TestCompose::sendControlsFollowConnection()
     // Not connected yet: no sending, but editing goes on.
     QVERIFY(!send->isEnabled());
     QVERIFY(!sendLater->isEnabled());
+    // Nor by its key.
+    QTest::keyClick(named<QLineEdit>(window, "To"), Qt::Key_Return, Qt::ControlModifier);
+    QVERIFY(!state->draft(window->draftId())->isSending());
     QTest::keyClicks(named<QLineEdit>(window, "To"), "bo@example.com");
     QCOMPARE(state->draft(window->draftId())->to(), QString("bo@example.com"));
 
@@ -408,8 +411,10 @@ void TestCompose::replyPreviewFollowsBody()
                 pageHtml(preview->page()).contains(QRegularExpression("<li>(<p>)?two")));
     screenshot(window, "reply-markdown-preview");
 
-    // Without Markdown there is nothing to preview.
-    QTest::mouseClick(named<QCheckBox>(window, "Markdown"), Qt::LeftButton);
+    // Without Markdown there is nothing to preview; its key works while typing.
+    QTest::keyClick(body, Qt::Key_M, Qt::ControlModifier | Qt::ShiftModifier);
+    QVERIFY(!state->draft(window->draftId())->isMarkdown());
+    QVERIFY(!named<QCheckBox>(window, "Markdown")->isChecked());
     QVERIFY(!preview->isVisible());
     QVERIFY(!toggle->isEnabled());
 }
