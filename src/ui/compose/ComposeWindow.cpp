@@ -8,6 +8,7 @@
 #include "content/SendLater.h"
 #include "markdown/MarkdownRenderer.h"
 #include "ui/desktop/Icons.h"
+#include "ui/threads/ElidedLabel.h"
 #include "ui/web/MailWebView.h"
 
 #include <QApplication>
@@ -275,9 +276,10 @@ void ComposeWindow::buildBottomBar(QWidget* bar)
     connect(m_attach, &QToolButton::clicked, this, &ComposeWindow::chooseAttachments);
     row->addWidget(m_attach);
 
-    m_format = new QLabel(bar);
+    // The caption gives way first when the bar runs out of room.
+    m_format = new ElidedLabel(bar);
     m_format->setForegroundRole(QPalette::PlaceholderText);
-    row->addWidget(m_format);
+    row->addWidget(m_format, 1);
 
     m_status = new QLabel(bar);
     m_status->setAccessibleName(tr("Status"));
@@ -295,7 +297,6 @@ void ComposeWindow::buildBottomBar(QWidget* bar)
     progress->setAccessibleName(tr("Sending"));
     m_progress = progress;
     row->addWidget(m_progress);
-    row->addStretch();
 
     m_discard = new QToolButton(bar);
     m_discard->setIcon(Icons::icon("trash"));
@@ -378,6 +379,7 @@ void ComposeWindow::connectDraft()
     connect(m_state, &AppState::identitiesChanged, this, &ComposeWindow::refreshIdentities);
     connect(draft, &ComposeDraft::identityIdChanged, this, &ComposeWindow::refreshIdentities);
     connect(draft, &ComposeDraft::attachmentsChanged, this, &ComposeWindow::refreshAttachments);
+    connect(draft, &ComposeDraft::isSendingChanged, this, &ComposeWindow::refreshAttachments);
     connect(draft, &ComposeDraft::suggestionsChanged, this, &ComposeWindow::refreshSuggestions);
     connect(draft, &ComposeDraft::isMarkdownChanged, this, &ComposeWindow::refreshPreview);
     connect(draft, &ComposeDraft::showsPreviewChanged, this, &ComposeWindow::refreshPreview);
@@ -430,8 +432,8 @@ void ComposeWindow::refresh()
     font.setFamily(draft.isMarkdown() ? QFontDatabase::systemFont(QFontDatabase::FixedFont).family()
                                       : QApplication::font().family());
     m_body->setFont(font);
-    m_format->setText(draft.isMarkdown() ? tr("Sent as HTML with a plain text alternative")
-                                         : tr("Sent as plain text"));
+    m_format->setFullText(draft.isMarkdown() ? tr("Sent as HTML with a plain text alternative")
+                                             : tr("Sent as plain text"));
 
     const bool sending = draft.isSending();
     m_attach->setEnabled(!sending);

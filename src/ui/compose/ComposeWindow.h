@@ -8,6 +8,7 @@
 #include <memory>
 
 class AppState;
+class ElidedLabel;
 class MailWebView;
 class QCheckBox;
 class QComboBox;
@@ -90,7 +91,7 @@ private:
     QCheckBox* m_markdown = nullptr;
     QToolButton* m_previewToggle = nullptr;
     QToolButton* m_attach = nullptr;
-    QLabel* m_format = nullptr;
+    ElidedLabel* m_format = nullptr;
     QLabel* m_status = nullptr;
     QLabel* m_error = nullptr;
     QWidget* m_progress = nullptr;
