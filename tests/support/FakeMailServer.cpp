@@ -60,7 +60,29 @@ void FakeMailServer::serve()
     network.respondTo("Mailbox/get", [this](const QJsonObject&) {
         return QJsonObject{{"list", mailboxes}};
     });
-    network.respondTo("Identity/get", QJsonObject{{"list", QJsonArray()}});
+    network.respondTo("Identity/get", [this](const QJsonObject&) {
+        return QJsonObject{{"list", identities}};
+    });
+    network.respondTo("EmailSubmission/set",
+                      [this](const QJsonObject& a) { return setSubmissions(a); });
+    network.respondTo("EmailSubmission/query", [this](const QJsonObject& a) {
+        const QJsonArray wanted = a.value("filter").toObject().value("emailIds").toArray();
+        m_submissionQueryIds.clear();
+        for (const QJsonObject& submission : std::as_const(submissions))
+            if (submission.value("undoStatus") == "pending" &&
+                wanted.contains(submission.value("emailId")))
+                m_submissionQueryIds.append(submission.value("id").toString());
+        return QJsonObject{{"ids", QJsonArray::fromStringList(m_submissionQueryIds)}};
+    });
+    network.respondTo("EmailSubmission/get", [this](const QJsonObject&) {
+        QJsonArray list;
+        for (const QJsonObject& submission : std::as_const(submissions))
+            if (m_submissionQueryIds.contains(submission.value("id").toString()))
+                list.append(QJsonObject{{"id", submission.value("id")},
+                                        {"emailId", submission.value("emailId")},
+                                        {"sendAt", epoch.toString(Qt::ISODate)}});
+        return QJsonObject{{"list", list}};
+    });
     network.respondTo("Email/query", [this](const QJsonObject& a) { return query(a); });
     network.respondTo("Email/get", [this](const QJsonObject& a) { return getEmails(a); });
     network.respondTo("Thread/get", [this](const QJsonObject& a) { return getThreads(a); });
@@ -200,10 +222,106 @@ QJsonObject FakeMailServer::getThreads(const QJsonObject& arguments)
     return QJsonObject{{"list", list}};
 }
 
+QJsonObject FakeMailServer::identity(const QString& id, const QString& email,
+                                     const QString& textSignature)
+{
+    QJsonObject record{{"id", id}, {"name", ""}, {"email", email}};
+    if (!textSignature.isEmpty())
+        record.insert("textSignature", textSignature);
+    return record;
+}
+
+void FakeMailServer::patch(QJsonObject& target, const QJsonObject& changes)
+{
+    for (auto change = changes.constBegin(); change != changes.constEnd(); ++change) {
+        const QStringList path = change.key().split('/');
+        if (path.size() != 2)
+            continue;
+        QJsonObject field = target.value(path.at(0)).toObject();
+        if (change.value().isNull())
+            field.remove(path.at(1));
+        else
+            field.insert(path.at(1), change.value());
+        target.insert(path.at(0), field);
+    }
+}
+
+QJsonObject FakeMailServer::setSubmissions(const QJsonObject& arguments)
+{
+    QJsonObject answer;
+    const QJsonObject create = arguments.value("create").toObject();
+    QJsonObject created;
+    for (auto entry = create.constBegin(); entry != create.constEnd(); ++entry) {
+        if (!refusingSubmission.isEmpty()) {
+            answer.insert(
+                "notCreated",
+                QJsonObject{{entry.key(), QJsonObject{{"type", "forbiddenToSend"},
+                                                      {"description", refusingSubmission}}}});
+            continue;
+        }
+        QJsonObject submission = entry.value().toObject();
+        const QString id = QStringLiteral("sub%1").arg(submissions.size() + 1);
+        submission.insert("id", id);
+        const bool held = submission.contains("envelope");
+        submission.insert("undoStatus", held ? "pending" : "final");
+        submissions.append(submission);
+        created.insert(entry.key(), QJsonObject{{"id", id}});
+        const QJsonObject onSuccess =
+            arguments.value("onSuccessUpdateEmail").toObject().value("#" + entry.key()).toObject();
+        if (QJsonObject* email = find(submission.value("emailId").toString()))
+            patch(*email, onSuccess);
+    }
+    answer.insert("created", created);
+    const QJsonObject update = arguments.value("update").toObject();
+    QJsonObject updated;
+    for (auto entry = update.constBegin(); entry != update.constEnd(); ++entry) {
+        if (!refusingCancel.isEmpty()) {
+            answer.insert("notUpdated",
+                          QJsonObject{{entry.key(), QJsonObject{{"type", "cannotUnsend"},
+                                                                {"description", refusingCancel}}}});
+            continue;
+        }
+        for (QJsonObject& submission : submissions)
+            if (submission.value("id") == entry.key())
+                submission.insert("undoStatus", entry.value().toObject().value("undoStatus"));
+        updated.insert(entry.key(), QJsonValue::Null);
+    }
+    answer.insert("updated", updated);
+    return answer;
+}
+
 QJsonObject FakeMailServer::setEmails(const QJsonObject& arguments)
 {
     QJsonObject updated;
     QJsonObject notUpdated;
+    QJsonObject extra;
+    const QJsonObject create = arguments.value("create").toObject();
+    QJsonObject created;
+    for (auto entry = create.constBegin(); entry != create.constEnd(); ++entry) {
+        if (!refusingCreate.isEmpty()) {
+            extra.insert("notCreated",
+                         QJsonObject{{entry.key(), QJsonObject{{"type", "invalidProperties"},
+                                                               {"description", refusingCreate}}}});
+            continue;
+        }
+        QJsonObject email = entry.value().toObject();
+        const QString id = QStringLiteral("d%1").arg(++m_created);
+        email.insert("id", id);
+        email.insert("threadId", "t-" + id);
+        email.insert("blobId", "blob-" + id);
+        email.insert("receivedAt", epoch.toString(Qt::ISODate));
+        emails.prepend(email);
+        created.insert(entry.key(), QJsonObject{{"id", id}, {"threadId", "t-" + id}});
+    }
+    if (!create.isEmpty())
+        extra.insert("created", created);
+    QJsonArray destroyed;
+    for (const QJsonValue& id : arguments.value("destroy").toArray()) {
+        emails.removeIf([&](const QJsonObject& e) { return e.value("id") == id; });
+        destroyed.append(id);
+    }
+    if (arguments.contains("destroy"))
+        extra.insert("destroyed", destroyed);
     const QJsonObject patches = arguments.value("update").toObject();
     for (auto patch = patches.constBegin(); patch != patches.constEnd(); ++patch) {
         QJsonObject* target = find(patch.key());
@@ -228,7 +346,8 @@ QJsonObject FakeMailServer::setEmails(const QJsonObject& arguments)
         }
         updated.insert(patch.key(), QJsonValue::Null);
     }
-    QJsonObject answer{{"updated", updated}};
+    QJsonObject answer = extra;
+    answer.insert("updated", updated);
     if (!notUpdated.isEmpty())
         answer.insert("notUpdated", notUpdated);
     return answer;

@@ -25,6 +25,19 @@ public:
     QList<QJsonObject> emails;
     // Email/set answers these ids with notUpdated and leaves them as they are.
     QSet<QString> refusing;
+    // Identity objects served by Identity/get.
+    QJsonArray identities;
+    // While set, Email/set refuses to create (a draft save fails with this description).
+    QString refusingCreate;
+    // While set, EmailSubmission/set refuses to create, or to cancel, with this description.
+    QString refusingSubmission;
+    QString refusingCancel;
+    // Submissions created, with "id", "emailId", "identityId", "undoStatus" and the envelope.
+    QList<QJsonObject> submissions;
+
+    // An Identity object for `identities`.
+    static QJsonObject identity(const QString& id, const QString& email,
+                                const QString& textSignature = {});
 
     // A Mailbox object with empty counts, for adding to `mailboxes`.
     static QJsonObject mailbox(const QString& id, const QString& name, const QString& role,
@@ -47,9 +60,13 @@ private:
     QJsonObject getEmails(const QJsonObject& arguments);
     QJsonObject getThreads(const QJsonObject& arguments);
     QJsonObject setEmails(const QJsonObject& arguments);
+    QJsonObject setSubmissions(const QJsonObject& arguments);
+    void patch(QJsonObject& target, const QJsonObject& changes);
 
     FakeNetwork& m_network;
     QStringList m_queryIds;
     QStringList m_anchorThreadIds;
     QStringList m_threadEmailIds;
+    QStringList m_submissionQueryIds;
+    int m_created = 0;
 };

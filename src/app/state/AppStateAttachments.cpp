@@ -237,37 +237,56 @@ void AppState::attach(const QList<QUrl>& urls, ComposeDraft* draft)
     draftChanged(draft);
 }
 
+namespace {
+
+// Runs on a pool thread: the whole file, or nothing when it cannot be read.
+std::optional<QByteArray> readWholeFile(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    return file.readAll();
+}
+
+OutgoingAttachment outgoing(const QString& blobId, const DraftAttachment& attachment)
+{
+    OutgoingAttachment result;
+    result.blobId = blobId;
+    result.name = attachment.name;
+    result.type = attachment.type;
+    return result;
+}
+
+} // namespace
+
 QCoro::Task<QList<OutgoingAttachment>> AppState::upload(QList<DraftAttachment> attachments,
                                                         std::shared_ptr<ComposeDraft> draft,
                                                         std::shared_ptr<MailService> service)
 {
     QList<OutgoingAttachment> result;
-    for (const DraftAttachment& attachment : attachments) {
+    for (qsizetype index = 0; index < attachments.size(); ++index) {
+        const DraftAttachment attachment = attachments.at(index);
         if (attachment.blobId) {
-            result.append({*attachment.blobId, attachment.name, attachment.type});
+            result.append(outgoing(*attachment.blobId, attachment));
             continue;
         }
         if (!attachment.fileUrl)
             continue;
         // Reading a large file must not stall the windows.
-        const QString path = attachment.fileUrl->toLocalFile();
-        const std::optional<QByteArray> data =
-            co_await QtConcurrent::run([path]() -> std::optional<QByteArray> {
-                QFile file(path);
-                if (!file.open(QIODevice::ReadOnly))
-                    return std::nullopt;
-                return file.readAll();
-            });
+        QFuture<std::optional<QByteArray>> reading =
+            QtConcurrent::run(readWholeFile, attachment.fileUrl->toLocalFile());
+        const std::optional<QByteArray> data = co_await reading;
         if (!data)
             throw MessageError(
                 QStringLiteral("The file “%1” could not be read.").arg(attachment.name));
         const QString blobId = co_await service->client()->upload(*data, attachment.type);
-        auto current = draft->attachments();
+        // The next save need not send it again, if the user still has it attached.
+        QList<DraftAttachment> current = draft->attachments();
         for (DraftAttachment& candidate : current)
             if (candidate.id == attachment.id)
                 candidate.blobId = blobId;
         draft->setAttachments(current);
-        result.append({blobId, attachment.name, attachment.type});
+        result.append(outgoing(blobId, attachment));
     }
     co_return result;
 }

@@ -10,6 +10,16 @@
 
 namespace {
 
+// The id of the mailbox with this role. Coroutines keep ids rather than whole mailboxes: GCC 12
+// mishandles optional aggregates held across suspension points in some frames.
+std::optional<QString> roleId(const AppState& state, const QString& role)
+{
+    const auto mailbox = state.mailboxWithRole(role);
+    if (!mailbox)
+        return std::nullopt;
+    return mailbox->id;
+}
+
 QString joined(const QList<EmailAddress>& addresses)
 {
     QStringList entries;
@@ -264,7 +274,7 @@ QCoro::Task<std::optional<QString>> AppState::writeDraft(std::shared_ptr<Compose
     const auto service = m_service;
     if (!service || draft->isFinished)
         co_return std::nullopt;
-    const auto drafts = mailboxWithRole(QStringLiteral("drafts"));
+    const std::optional<QString> drafts = roleId(*this, QStringLiteral("drafts"));
     if (!drafts) {
         draft->setError(QStringLiteral("This account has no Drafts mailbox."));
         co_return std::nullopt;
@@ -279,7 +289,7 @@ QCoro::Task<std::optional<QString>> AppState::writeDraft(std::shared_ptr<Compose
     std::optional<QString> id;
     try {
         message.attachments = co_await upload(draft->m_attachments, draft, service);
-        id = co_await service->saveDraft(message, drafts->id, draft->serverDraftId);
+        id = co_await service->saveDraft(message, *drafts, draft->serverDraftId);
     } catch (...) {
         draft->setError(saveFailure + Errors::describe(std::current_exception()));
         co_return std::nullopt;
@@ -289,7 +299,7 @@ QCoro::Task<std::optional<QString>> AppState::writeDraft(std::shared_ptr<Compose
     draft->setSavedAt(QDateTime::currentDateTime());
     if (draft->m_error && draft->m_error->startsWith(saveFailure))
         draft->setError(std::nullopt);
-    if (self && self->m_selectedMailboxId == drafts->id)
+    if (self && self->m_selectedMailboxId == *drafts)
         co_await self->refresh();
     co_return id;
 }

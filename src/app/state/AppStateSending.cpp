@@ -9,6 +9,16 @@
 
 namespace {
 
+// The id of the mailbox with this role. Coroutines keep ids rather than whole mailboxes: GCC 12
+// mishandles optional aggregates held across suspension points in some frames.
+std::optional<QString> roleId(const AppState& state, const QString& role)
+{
+    const auto mailbox = state.mailboxWithRole(role);
+    if (!mailbox)
+        return std::nullopt;
+    return mailbox->id;
+}
+
 // The largest unit that fits, alone: "2 days", "1 hour", "90 seconds" is "1 minute".
 QString limitInWords(qint64 seconds)
 {
@@ -65,7 +75,7 @@ QCoro::Task<> AppState::send(ComposeDraft* pointer, bool archive, std::optional<
         draft->setError(QStringLiteral("No sending identity is available for this token."));
         co_return;
     }
-    const auto drafts = mailboxWithRole(QStringLiteral("drafts"));
+    const std::optional<QString> drafts = roleId(*this, QStringLiteral("drafts"));
     if (!drafts) {
         draft->setError(QStringLiteral("This account has no Drafts mailbox."));
         co_return;
@@ -116,11 +126,10 @@ QCoro::Task<> AppState::send(ComposeDraft* pointer, bool archive, std::optional<
         draft->setIsSending(false);
         co_return;
     }
-    const auto sent = mailboxWithRole(QStringLiteral("sent"));
-    const std::optional<QString> sentId = sent ? std::optional(sent->id) : std::nullopt;
+    const std::optional<QString> sentId = roleId(*this, QStringLiteral("sent"));
     QString submissionId;
     try {
-        submissionId = co_await service->submit(*emailId, identity->id, drafts->id, sentId,
+        submissionId = co_await service->submit(*emailId, identity->id, *drafts, sentId,
                                                 draft->answeredEmailId, envelope);
     } catch (...) {
         draft->setError(Errors::describe(std::current_exception()));
@@ -139,7 +148,7 @@ QCoro::Task<> AppState::send(ComposeDraft* pointer, bool archive, std::optional<
     QString threadId;
     QString sourceMailbox;
     QString archiveMailbox;
-    const auto archiveBox = mailboxWithRole(QStringLiteral("archive"));
+    const std::optional<QString> archiveBox = roleId(*this, QStringLiteral("archive"));
     if (archive && draft->archiveSource && archiveBox) {
         const auto& source = *draft->archiveSource;
         QList<Email> emails{source.email};
@@ -149,7 +158,7 @@ QCoro::Task<> AppState::send(ComposeDraft* pointer, bool archive, std::optional<
         emails.removeIf([&](const Email& e) { return !e.mailboxIds.value(source.mailboxId); });
         threadId = source.threadId;
         sourceMailbox = source.mailboxId;
-        archiveMailbox = archiveBox->id;
+        archiveMailbox = *archiveBox;
         const QSet<QString> threadIds{threadId};
         co_await move(emails, threadIds, sourceMailbox, archiveMailbox, false);
         if (!self)
@@ -200,15 +209,14 @@ QCoro::Task<> AppState::runUndoSend(QPointer<AppState> self, QString submissionI
 QCoro::Task<> AppState::unsend(QString submissionId, QString emailId,
                                std::shared_ptr<ComposeDraft> draft)
 {
-    const auto drafts = mailboxWithRole(QStringLiteral("drafts"));
+    const std::optional<QString> drafts = roleId(*this, QStringLiteral("drafts"));
     if (!m_service || !drafts)
         co_return;
     dismissToast();
-    const auto sent = mailboxWithRole(QStringLiteral("sent"));
+    const std::optional<QString> sent = roleId(*this, QStringLiteral("sent"));
     QPointer<AppState> self = this;
     try {
-        co_await m_service->cancelSubmission(submissionId, emailId, drafts->id,
-                                             sent ? std::optional(sent->id) : std::nullopt);
+        co_await m_service->cancelSubmission(submissionId, emailId, *drafts, sent);
     } catch (...) {
         if (self)
             setErrorMessage(QStringLiteral("The message could not be stopped, it may have been "
@@ -238,11 +246,10 @@ QCoro::Task<> AppState::runCancelScheduledSend(QPointer<AppState> self, PendingS
                                                Email email)
 {
     const auto service = self->m_service;
-    const auto drafts = self->mailboxWithRole(QStringLiteral("drafts"));
-    const auto sent = self->mailboxWithRole(QStringLiteral("sent"));
+    const std::optional<QString> drafts = roleId(*self, QStringLiteral("drafts"));
+    const std::optional<QString> sent = roleId(*self, QStringLiteral("sent"));
     try {
-        co_await service->cancelSubmission(entry.id, entry.emailId, drafts->id,
-                                           sent ? std::optional(sent->id) : std::nullopt);
+        co_await service->cancelSubmission(entry.id, entry.emailId, *drafts, sent);
     } catch (...) {
         if (self)
             self->report(std::current_exception());
@@ -258,7 +265,7 @@ QCoro::Task<> AppState::runCancelScheduledSend(QPointer<AppState> self, PendingS
 
 QCoro::Task<> AppState::loadPendingSends(QList<Email> emails, quint64 generation)
 {
-    const auto sent = mailboxWithRole(QStringLiteral("sent"));
+    const std::optional<QString> sent = roleId(*this, QStringLiteral("sent"));
     if (!m_service || m_maxDelayedSend <= 0 || !sent) {
         m_pendingSends.clear();
         Q_EMIT pendingSendsChanged();
@@ -266,7 +273,7 @@ QCoro::Task<> AppState::loadPendingSends(QList<Email> emails, quint64 generation
     }
     QStringList ids;
     for (const Email& email : emails)
-        if (email.mailboxIds.value(sent->id))
+        if (email.mailboxIds.value(*sent))
             ids.append(email.id);
     QList<PendingSubmission> answer;
     QPointer<AppState> self = this;
