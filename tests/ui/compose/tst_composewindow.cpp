@@ -66,7 +66,7 @@ QString pageHtml(QWebEnginePage* page)
 
 } // namespace
 
-class TestCompose : public QObject
+class TestComposeWindow : public QObject
 {
     Q_OBJECT
 
@@ -90,7 +90,7 @@ private:
     MemorySecretStore keychain;
 };
 
-void TestCompose::init()
+void TestComposeWindow::init()
 {
     network = std::make_unique<FakeNetwork>();
     server = std::make_unique<FakeMailServer>(network.get());
@@ -107,7 +107,7 @@ void TestCompose::init()
                     << FakeMailServer::thread("T3", "Bo Lind", "Boat", now.addSecs(-120));
 }
 
-std::unique_ptr<AppState> TestCompose::makeState()
+std::unique_ptr<AppState> TestComposeWindow::makeState()
 {
     const QString name = QTest::currentTestFunction();
     AppEnvironment environment;
@@ -124,14 +124,14 @@ std::unique_ptr<AppState> TestCompose::makeState()
     return state;
 }
 
-bool TestCompose::connect(AppState* state, ComposeWindows* windows)
+bool TestComposeWindow::connect(AppState* state, ComposeWindows* windows)
 {
     state->start(windows->opener());
     return QTest::qWaitFor(
         [state] { return state->isConnected() && state->threads().size() == 3; });
 }
 
-void TestCompose::completion_data()
+void TestComposeWindow::completion_data()
 {
     QTest::addColumn<QString>("how");
     QTest::addColumn<QString>("expected");
@@ -146,7 +146,7 @@ void TestCompose::completion_data()
                             << "an";
 }
 
-void TestCompose::completion()
+void TestComposeWindow::completion()
 {
     QFETCH(QString, how);
     QFETCH(QString, expected);
@@ -194,7 +194,7 @@ void TestCompose::completion()
     QVERIFY(!state->draft(window->draftId())->suggestionField());
 }
 
-void TestCompose::titleFollowsSubjectAndDiscardAsksFirst()
+void TestComposeWindow::titleFollowsSubjectAndDiscardAsksFirst()
 {
     auto state = makeState();
     ComposeWindows windows(state.get());
@@ -252,14 +252,14 @@ void TestCompose::titleFollowsSubjectAndDiscardAsksFirst()
     QVERIFY(!state->draft(id));
 }
 
-void TestCompose::sendControlsFollowConnection_data()
+void TestComposeWindow::sendControlsFollowConnection_data()
 {
     QTest::addColumn<int>("maxDelayedSend");
     QTest::newRow("delayed sending") << 3600;
     QTest::newRow("no delayed sending") << 0;
 }
 
-void TestCompose::sendControlsFollowConnection()
+void TestComposeWindow::sendControlsFollowConnection()
 {
     QFETCH(int, maxDelayedSend);
     QJsonObject session = FakeNetwork::defaultSession();
@@ -322,7 +322,7 @@ void TestCompose::sendControlsFollowConnection()
     }
 }
 
-void TestCompose::droppedFilesAttachAndFoldersDoNot()
+void TestComposeWindow::droppedFilesAttachAndFoldersDoNot()
 {
     auto state = makeState();
     ComposeWindows windows(state.get());
@@ -367,7 +367,7 @@ void TestCompose::droppedFilesAttachAndFoldersDoNot()
     QVERIFY(!named<QWidget>(window, "Attachments")->isVisible());
 }
 
-void TestCompose::replyPreviewFollowsBody()
+void TestComposeWindow::replyPreviewFollowsBody()
 {
     // A reply to mail in the inbox can be sent and archived.
     auto mailbox = [](const QString& id, const QString& name, int order) {
@@ -425,8 +425,8 @@ int main(int argc, char** argv)
     qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--no-sandbox --disable-gpu");
     MailWebView::registerSchemes();
     QApplication app(argc, argv);
-    TestCompose test;
+    TestComposeWindow test;
     return QTest::qExec(&test, argc, argv);
 }
 
-#include "tst_compose.moc"
+#include "tst_composewindow.moc"
