@@ -667,6 +667,13 @@ bool ComposeWindow::eventFilter(QObject* watched, QEvent* event)
     return QWidget::eventFilter(watched, event);
 }
 
+// Keys the controls of the bottom bar leave alone come up here.
+void ComposeWindow::keyPressEvent(QKeyEvent* event)
+{
+    if (!handleKey(this, event))
+        QWidget::keyPressEvent(event);
+}
+
 void ComposeWindow::placeCaretAtStart()
 {
     QTextCursor cursor = m_body->textCursor();
