@@ -31,6 +31,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QSplitter>
 #include <QTimeZone>
 #include <QTimer>
@@ -516,8 +517,19 @@ void ComposeWindow::refreshAttachments()
     m_attachmentRow->setVisible(shown);
     m_attachLabel->setVisible(shown);
     if (shown) {
-        const int height = strip->sizeHint().height() + 4;
-        m_attachmentRow->setFixedHeight(height);
+        // The strip's own hint is stale until its layout runs: measure the chips themselves.
+        int height = 0;
+        int width = 0;
+        for (int index = 0; index < m_attachmentChips->count(); ++index) {
+            if (QWidget* chip = m_attachmentChips->itemAt(index)->widget()) {
+                height = std::max(height, chip->sizeHint().height());
+                width += chip->sizeHint().width() + m_attachmentChips->spacing();
+            }
+        }
+        auto* scroll = static_cast<QScrollArea*>(m_attachmentRow);
+        if (width > scroll->viewport()->width())
+            height += scroll->horizontalScrollBar()->sizeHint().height();
+        m_attachmentRow->setFixedHeight(height + 2);
     }
 }
 

@@ -359,6 +359,7 @@ void TestComposeWindow::droppedFilesAttachAndFoldersDoNot()
     QTRY_VERIFY(named<QToolButton>(window, "Remove notes.txt"));
     QCOMPARE(state->draft(window->draftId())->attachments().size(), 1);
     QVERIFY(named<QWidget>(window, "Attachments")->isVisible());
+    screenshot(window, "attachment-and-error");
     // Paths never end up in the text.
     QCOMPARE(named<QPlainTextEdit>(window, "Message")->toPlainText(), body);
 
