@@ -462,6 +462,8 @@ private:
                                          std::shared_ptr<MailService> service, QString sentId);
 
     // Writing mail.
+    // Keeps the draft in drafts and wires its autosave; openDraft also opens its window.
+    void adoptDraft(std::shared_ptr<ComposeDraft> draft);
     void openDraft(std::shared_ptr<ComposeDraft> draft);
     void removeDraft(const QUuid& id);
     std::optional<Identity> sendingIdentity(const ComposeDraft& draft) const;

@@ -182,14 +182,15 @@ ComposeDraft* AppState::ensureDraft(const QUuid& id)
         draft->m_identityId = m_identities.first().id;
     draft->initialContent = draft->content();
     ComposeDraft* result = draft.get();
-    m_drafts.insert(id, std::move(draft));
-    Q_EMIT draftsChanged();
+    adoptDraft(std::move(draft));
     return result;
 }
 
-void AppState::openDraft(std::shared_ptr<ComposeDraft> draft)
+void AppState::adoptDraft(std::shared_ptr<ComposeDraft> draft)
 {
     const QUuid id = draft->id();
+    // A draft that comes back after an undo send is adopted again: one save per pause.
+    QObject::disconnect(&draft->m_autosave, nullptr, this, nullptr);
     QPointer<AppState> self = this;
     QObject::connect(&draft->m_autosave, &QTimer::timeout, this, [self, id] {
         if (!self)
@@ -199,6 +200,12 @@ void AppState::openDraft(std::shared_ptr<ComposeDraft> draft)
     });
     m_drafts.insert(id, std::move(draft));
     Q_EMIT draftsChanged();
+}
+
+void AppState::openDraft(std::shared_ptr<ComposeDraft> draft)
+{
+    const QUuid id = draft->id();
+    adoptDraft(std::move(draft));
     if (m_openComposeWindow)
         m_openComposeWindow(id);
 }
@@ -311,7 +318,8 @@ void AppState::closeDraft(const QUuid& id)
         return;
     removeDraft(id);
     draft->m_autosave.stop();
-    if (draft->isFinished)
+    // A send under way goes on, and writes what it needs itself.
+    if (draft->isFinished || draft->m_isSending)
         return;
     // A window opened and left untouched leaves no trace on the server.
     if (!draft->serverDraftId && draft->content() == draft->initialContent)

@@ -80,6 +80,10 @@ QCoro::Task<> AppState::loadOpenThread()
         if (m_focusedEmailId && !idsOf(emails).contains(*m_focusedEmailId))
             setFocusedEmailId(std::nullopt);
         setIsLoadingThread(false);
+        if (!m_pendingSends.isEmpty()) {
+            m_pendingSends.clear();
+            Q_EMIT pendingSendsChanged();
+        }
         performPendingAction();
         co_return;
     }
