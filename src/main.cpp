@@ -33,11 +33,21 @@ int main(int argc, char** argv)
     AppState state(std::move(environment));
     started = &state;
     MainWindow window(&state);
-    QObject::connect(&instance, &SingleInstance::received, &window, [&window](const QStringList&) {
-        window.showNormal();
-        window.raise();
-        window.activateWindow();
-    });
+    // mailto: links come as arguments, ours at start and a second launch's through the socket.
+    const auto links = [](const QStringList& arguments) {
+        QList<QUrl> urls;
+        for (const QString& argument : arguments)
+            urls.append(QUrl(argument));
+        return urls;
+    };
+    state.open(links(QApplication::arguments().mid(1)));
+    QObject::connect(&instance, &SingleInstance::received, &window,
+                     [&window, &state, links](const QStringList& arguments) {
+                         window.showNormal();
+                         window.raise();
+                         window.activateWindow();
+                         state.open(links(arguments));
+                     });
     window.show();
     return QApplication::exec();
 }

@@ -1,5 +1,7 @@
 #include "MainWindow.h"
 
+#include "ui/compose/ComposeWindows.h"
+
 #include "ErrorBar.h"
 #include "FolderPicker.h"
 #include "MainMenus.h"
@@ -41,7 +43,8 @@ bool insideWebView(const QWidget* widget)
 } // namespace
 
 MainWindow::MainWindow(AppState* state, QWidget* parent)
-    : QMainWindow(parent), m_state(state), m_undoStack(new QUndoStack(this))
+    : QMainWindow(parent), m_state(state), m_undoStack(new QUndoStack(this)),
+      m_composeWindows(new ComposeWindows(state, this))
 {
     setWindowTitle(QStringLiteral("Veldrin"));
     setObjectName(QStringLiteral("main"));
@@ -246,5 +249,5 @@ void MainWindow::showEvent(QShowEvent* event)
     // The list is where the keys act first.
     if (!focusWidget())
         m_threadList->list()->setFocus();
-    m_state->start([](QUuid) {});
+    m_state->start(m_composeWindows->opener());
 }

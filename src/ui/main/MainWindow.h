@@ -23,6 +23,7 @@ class QSplitter;
 class AttachmentPreview;
 class RawMessageView;
 class ThreadDetailView;
+class ComposeWindows;
 class ThreadListView;
 
 // The main window: mailboxes, the thread list and the reader side by side, the error bar
@@ -47,6 +48,7 @@ public:
     ToastView* toast() const { return m_toast; }
     ShortcutsOverlay* shortcutsOverlay() const { return m_overlay; }
     FolderPickerView* folderPicker() const { return m_picker; }
+    ComposeWindows* composeWindows() const { return m_composeWindows; }
     // The settings window, made on first use.
     SettingsWindow* settingsWindow();
     void showSettings();
@@ -79,4 +81,5 @@ private:
     ShortcutsOverlay* m_overlay = nullptr;
     FolderPickerView* m_picker = nullptr;
     QPropertyAnimation* m_readerScroll = nullptr;
+    ComposeWindows* m_composeWindows;
 };

@@ -1,4 +1,4 @@
-#include "../FakeMailServer.h"
+#include "FakeMailServer.h"
 #include "FakeNetwork.h"
 #include "MemorySecretStore.h"
 #include "app/state/AppState.h"
@@ -93,7 +93,7 @@ private:
 void TestComposeWindow::init()
 {
     network = std::make_unique<FakeNetwork>();
-    server = std::make_unique<FakeMailServer>(network.get());
+    server = std::make_unique<FakeMailServer>(*network);
     keychain = MemorySecretStore();
     keychain.data = QByteArray("fmu1-token");
     network->respondTo(
@@ -102,9 +102,9 @@ void TestComposeWindow::init()
                                                     {"name", "Me"},
                                                     {"email", "user@example.com"},
                                                     {"textSignature", "Me, at work"}}}}});
-    server->threads << FakeMailServer::thread("T1", "Anna Berg", "Quarterly report", now, 2)
-                    << FakeMailServer::thread("T2", "Annika Lund", "Lunch", now.addSecs(-60))
-                    << FakeMailServer::thread("T3", "Bo Lind", "Boat", now.addSecs(-120));
+    server->add(FakeMailServer::thread("T1", "Anna Berg", "Quarterly report", now, 2));
+    server->add(FakeMailServer::thread("T2", "Annika Lund", "Lunch", now.addSecs(-60)));
+    server->add(FakeMailServer::thread("T3", "Bo Lind", "Boat", now.addSecs(-120)));
 }
 
 std::unique_ptr<AppState> TestComposeWindow::makeState()
@@ -370,22 +370,14 @@ void TestComposeWindow::droppedFilesAttachAndFoldersDoNot()
 
 void TestComposeWindow::replyPreviewFollowsBody()
 {
-    // A reply to mail in the inbox can be sent and archived.
-    auto mailbox = [](const QString& id, const QString& name, int order) {
-        return QJsonObject{{"id", id},           {"name", name},      {"role", id},
-                           {"sortOrder", order}, {"totalEmails", 0},  {"unreadEmails", 0},
-                           {"totalThreads", 0},  {"unreadThreads", 0}};
-    };
-    network->respondTo("Mailbox/get",
-                       QJsonObject{{"list", QJsonArray{mailbox("inbox", "Inbox", 1),
-                                                       mailbox("archive", "Archive", 2)}}});
+    // A reply to mail in the inbox can be sent and archived (the account has an archive).
     auto state = makeState();
     ComposeWindows windows(state.get());
     QVERIFY(connect(state.get(), &windows));
     AppConfig config = state->config();
     config.markdownByDefault = true;
     state->setConfig(config);
-    const Email source = Email::fromJson(server->threads.first().last());
+    const Email source = Email::fromJson(*server->find("T1-2"));
     QVERIFY(state->compose(ReplyKind::Reply, source));
     ComposeWindow* window = windows.windows().first();
     QVERIFY(QTest::qWaitForWindowActive(window));
