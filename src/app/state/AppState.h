@@ -448,6 +448,10 @@ private:
     void stepPane(int delta);
     void toggleFocusedMessage();
     void toggleFocusedDetails();
+    // The message keyboard actions work on: the focused one, else the one the reader is about.
+    std::optional<QString> focusedOrOpeningEmailId() const;
+    // Adds a mailbox to one of the settings' mailbox lists, or takes it out, and saves.
+    void setMailboxMembership(QStringList AppConfig::*list, const QString& mailboxId, bool member);
     void scrollReader(double pages, double lines);
     void setFocusedPane(Pane pane);
 

@@ -544,12 +544,7 @@ bool AppState::hidesWhenEmpty(const QString& mailboxId) const
 
 void AppState::setHidesWhenEmpty(const QString& mailboxId, bool hide)
 {
-    AppConfig changed = m_config;
-    changed.hideWhenEmpty.removeAll(mailboxId);
-    if (hide)
-        changed.hideWhenEmpty.append(mailboxId);
-    setConfig(changed);
-    saveConfig();
+    setMailboxMembership(&AppConfig::hideWhenEmpty, mailboxId, hide);
 }
 
 bool AppState::showsTotalCount(const QString& mailboxId) const
@@ -559,10 +554,16 @@ bool AppState::showsTotalCount(const QString& mailboxId) const
 
 void AppState::setShowsTotalCount(const QString& mailboxId, bool show)
 {
+    setMailboxMembership(&AppConfig::showTotalCount, mailboxId, show);
+}
+
+void AppState::setMailboxMembership(QStringList AppConfig::*list, const QString& mailboxId,
+                                    bool member)
+{
     AppConfig changed = m_config;
-    changed.showTotalCount.removeAll(mailboxId);
-    if (show)
-        changed.showTotalCount.append(mailboxId);
+    (changed.*list).removeAll(mailboxId);
+    if (member)
+        (changed.*list).append(mailboxId);
     setConfig(changed);
     saveConfig();
 }

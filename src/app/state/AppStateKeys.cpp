@@ -145,12 +145,18 @@ void AppState::stepMessage(int delta)
     Q_EMIT messageScrollRequestChanged();
 }
 
+std::optional<QString> AppState::focusedOrOpeningEmailId() const
+{
+    if (m_focusedEmailId)
+        return m_focusedEmailId;
+    if (const auto opening = openingEmail())
+        return opening->id;
+    return std::nullopt;
+}
+
 void AppState::toggleFocusedMessage()
 {
-    std::optional<QString> id = m_focusedEmailId;
-    if (!id)
-        if (const auto opening = openingEmail())
-            id = opening->id;
+    const std::optional<QString> id = focusedOrOpeningEmailId();
     if (!id)
         return;
     setFocusedEmailId(id);
@@ -163,10 +169,7 @@ void AppState::toggleFocusedMessage()
 
 void AppState::toggleFocusedDetails()
 {
-    std::optional<QString> id = m_focusedEmailId;
-    if (!id)
-        if (const auto opening = openingEmail())
-            id = opening->id;
+    const std::optional<QString> id = focusedOrOpeningEmailId();
     if (!id)
         return;
     setFocusedEmailId(id);
