@@ -8,6 +8,7 @@
 
 #include <QTemporaryDir>
 
+#include <functional>
 #include <memory>
 
 // An inbox as a reader keeps it: a long list of short conversations under one long one, whose
@@ -32,12 +33,15 @@ struct ReadingAccount
             server.add(shortThread(i));
     }
 
-    std::unique_ptr<AppState> makeState(int pageSize = 200)
+    std::unique_ptr<AppState> makeState(int pageSize = 200,
+                                        const std::function<void(AppEnvironment&)>& adjust = {})
     {
         AppEnvironment environment =
             testEnvironment(&network, home.filePath(QStringLiteral("config.json")), keychain);
         environment.attachmentCacheDir = home.filePath(QStringLiteral("cache"));
         environment.downloadsDir = home.filePath(QStringLiteral("Downloads"));
+        if (adjust)
+            adjust(environment);
         auto state = std::make_unique<AppState>(environment);
         AppConfig config = state->config();
         config.sessionUrl = FakeNetwork::sessionUrl().toString();
