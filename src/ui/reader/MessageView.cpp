@@ -174,7 +174,11 @@ MessageView::MessageView(AppState* state, const Email& email, QWidget* parent)
     m_date = new QLabel(m_header);
     m_date->setObjectName(QStringLiteral("messageDate"));
     makeSecondary(m_date);
+    m_editDraft = new QPushButton(tr("Edit Draft"), m_header);
+    m_editDraft->setObjectName(QStringLiteral("editDraftButton"));
+    m_editDraft->setAutoDefault(false);
     firstLine->addWidget(m_sender, 1);
+    firstLine->addWidget(m_editDraft);
     firstLine->addWidget(m_flag);
     firstLine->addWidget(m_date);
     grid->addLayout(firstLine, 0, 1);
@@ -204,6 +208,11 @@ MessageView::MessageView(AppState* state, const Email& email, QWidget* parent)
     });
     QObject::connect(m_header, &MessageHeader::contextMenuRequested, this,
                      &MessageView::showContextMenu);
+    QObject::connect(m_editDraft, &QPushButton::clicked, this, [this] {
+        if (m_state)
+            m_state->editDraft(m_email);
+    });
+    QObject::connect(state, &AppState::pendingSendsChanged, this, &MessageView::showPendingSend);
     QObject::connect(m_detailsToggle, &QToolButton::clicked, this, [this] {
         if (m_state)
             m_state->toggleDetails(m_email.id);
@@ -224,6 +233,7 @@ void MessageView::setEmail(const Email& email)
     showHeader();
     if (m_body) {
         showDetails();
+        showPendingSend();
         showDocument();
         showAttachments();
     }
@@ -237,6 +247,7 @@ void MessageView::showHeader()
     m_avatar->setAddress(sender);
     m_sender->setFullText(m_email.senderName());
     m_flag->setVisible(m_email.isFlagged());
+    m_editDraft->setVisible(m_email.isDraft());
     m_date->setText(longDate(m_email.receivedAt));
     const QString to = m_email.to ? names(*m_email.to) : QString();
     m_recipients->setFullText(to.isEmpty() ? QString() : tr("To: %1").arg(to));
@@ -297,6 +308,8 @@ void MessageView::setExpanded(bool expanded)
         m_bodyLayout = nullptr;
         m_details = nullptr;
         m_remoteRow = nullptr;
+        m_pendingRow = nullptr;
+        m_pendingText = nullptr;
         m_web = nullptr;
         m_attachments = nullptr;
         m_shownAttachments.clear();
@@ -338,6 +351,26 @@ void MessageView::buildBody()
         showDocument();
     });
 
+    // A send the server holds, with the way back to the draft.
+    m_pendingRow = new QWidget(m_body);
+    m_pendingRow->setObjectName(QStringLiteral("pendingSendRow"));
+    auto* pending = new QHBoxLayout(m_pendingRow);
+    pending->setContentsMargins(12, 6, 12, 6);
+    auto* clock = new QLabel(m_pendingRow);
+    clock->setPixmap(Icons::icon(QStringLiteral("clock")).pixmap(16, 16));
+    m_pendingText = new QLabel(m_pendingRow);
+    auto* cancel = new QPushButton(tr("Cancel Send"), m_pendingRow);
+    cancel->setObjectName(QStringLiteral("cancelSendButton"));
+    cancel->setAutoDefault(false);
+    pending->addWidget(clock);
+    pending->addWidget(m_pendingText, 1);
+    pending->addWidget(cancel);
+    m_pendingRow->hide();
+    QObject::connect(cancel, &QPushButton::clicked, this, [this] {
+        if (m_state)
+            m_state->cancelScheduledSend(m_email);
+    });
+
     m_web = new MailWebView(m_body);
     m_web->setObjectName(QStringLiteral("messageWebView"));
     m_web->setFixedHeight(qMax(m_web->contentHeight(), 40));
@@ -347,12 +380,28 @@ void MessageView::buildBody()
         m_web->setFixedHeight(height);
         Q_EMIT resized();
     });
+    m_bodyLayout->addWidget(m_pendingRow);
     m_bodyLayout->addWidget(m_remoteRow);
     m_bodyLayout->addWidget(m_web);
     layout()->addWidget(m_body);
     showDetails();
+    showPendingSend();
     showDocument();
     showAttachments();
+}
+
+void MessageView::showPendingSend()
+{
+    if (!m_pendingRow || !m_state)
+        return;
+    const auto pending = m_state->pendingSends().constFind(m_email.id);
+    const bool held = pending != m_state->pendingSends().cend();
+    if (held)
+        m_pendingText->setText(tr("Sends %1").arg(longDate(pending->sendAt)));
+    if (held != !m_pendingRow->isHidden()) {
+        m_pendingRow->setVisible(held);
+        Q_EMIT resized();
+    }
 }
 
 void MessageView::showDetails()

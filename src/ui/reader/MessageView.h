@@ -11,6 +11,7 @@ class AvatarView;
 class ElidedLabel;
 class MailWebView;
 class QLabel;
+class QPushButton;
 class QToolButton;
 class QVBoxLayout;
 
@@ -59,6 +60,9 @@ public:
     MailWebView* webView() const { return m_web; }
     QWidget* detailsBox() const { return m_details; }
     QWidget* remoteContentRow() const { return m_remoteRow; }
+    QPushButton* editDraftButton() const { return m_editDraft; }
+    // "Sends <date>" with "Cancel Send", while the server holds this message.
+    QWidget* pendingSendRow() const { return m_pendingRow; }
     QList<AttachmentChip*> attachmentChips() const;
 
 Q_SIGNALS:
@@ -72,6 +76,7 @@ private:
     void showHeader();
     void buildBody();
     void showDetails();
+    void showPendingSend();
     void showDocument();
     void showAttachments();
     void showContextMenu(const QPoint& globalPosition);
@@ -91,11 +96,14 @@ private:
     QLabel* m_date;
     ElidedLabel* m_recipients;
     QToolButton* m_detailsToggle;
+    QPushButton* m_editDraft;
 
     QWidget* m_body = nullptr;
     QVBoxLayout* m_bodyLayout = nullptr;
     QWidget* m_details = nullptr;
     QWidget* m_remoteRow = nullptr;
+    QWidget* m_pendingRow = nullptr;
+    QLabel* m_pendingText = nullptr;
     MailWebView* m_web = nullptr;
     QWidget* m_attachments = nullptr;
     QList<BodyPart> m_shownAttachments;

@@ -129,6 +129,7 @@ void TestReader::init()
     // Names from mail are text, never markup.
     emails[0]["from"] =
         QJsonArray{QJsonObject{{"name", "<img src=x>Eve"}, {"email", "eve@example.com"}}};
+    emails[1]["keywords"] = QJsonObject{{"$seen", true}, {"$draft", true}};
     emails[3] = withBody(emails[3], true);
     emails[3]["keywords"] = QJsonObject();
     emails[4]["hasAttachment"] = true;
@@ -196,6 +197,12 @@ void TestReader::openThreadShowsItsMessages()
     auto* sender = views.first()->findChild<ElidedLabel*>("senderName");
     QCOMPARE(sender->fullText(), QString("<img src=x>Eve"));
     QCOMPARE(sender->textFormat(), Qt::PlainText);
+
+    // Only the draft offers "Edit Draft", which takes it into a compose window.
+    QVERIFY(views.at(1)->editDraftButton()->isVisible());
+    QVERIFY(!views.first()->editDraftButton()->isVisible());
+    QTest::mouseClick(views.at(1)->editDraftButton(), Qt::LeftButton);
+    QCOMPARE(state->drafts().size(), 1);
 
     // A click on a header opens the message, another closes it again.
     MessageView* first = views.first();
