@@ -42,6 +42,16 @@ inline std::unique_ptr<AppState> makeTestState(QNetworkAccessManager* network,
     return makeTestState(testEnvironment(network, configPath, keychain), sessionUrl);
 }
 
+// The loopback JMAP server that the Cyrus harness starts, as its environment names it; empty
+// outside the harness, where the real-server tests skip.
+struct TestServer
+{
+    QString sessionUrl = qEnvironmentVariable("VELDRIN_TEST_SESSION_URL");
+    QString token = qEnvironmentVariable("VELDRIN_TEST_TOKEN");
+
+    bool isRunning() const { return !sessionUrl.isEmpty() && !token.isEmpty(); }
+};
+
 // The token the keychain holds now, as the program would read it.
 inline std::optional<QString> storedToken(MemorySecretStore& keychain)
 {

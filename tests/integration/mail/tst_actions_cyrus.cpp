@@ -117,15 +117,12 @@ private Q_SLOTS:
     void actingSession();
 
 private:
-    QString sessionUrl;
-    QString token;
+    const TestServer server;
 };
 
 void TestActionsCyrus::initTestCase()
 {
-    sessionUrl = qEnvironmentVariable("VELDRIN_TEST_SESSION_URL");
-    token = qEnvironmentVariable("VELDRIN_TEST_TOKEN");
-    if (sessionUrl.isEmpty() || token.isEmpty())
+    if (!server.isRunning())
         QSKIP("No test server: run under tests/integration/harness/with-cyrus.sh");
 }
 
@@ -134,12 +131,12 @@ void TestActionsCyrus::actingSession()
     QTemporaryDir home;
     QNetworkAccessManager network;
     MemorySecretStore keychain;
-    keychain.data = token.toUtf8();
+    keychain.data = server.token.toUtf8();
     AppEnvironment environment =
         testEnvironment(&network, home.filePath("config/veldrin/config.json"), keychain);
     environment.timing.toastSecond = std::chrono::milliseconds(10);
     environment.markAllReadBatchSize = 2;
-    auto state = makeTestState(environment, sessionUrl);
+    auto state = makeTestState(environment, server.sessionUrl);
     QUndoStack stack;
     state->setWindowServices({&stack, {}, {}});
     await(state->connect());

@@ -88,10 +88,11 @@ private:
 
 void TestReadingCyrus::initTestCase()
 {
-    sessionUrl = qEnvironmentVariable("VELDRIN_TEST_SESSION_URL");
-    token = qEnvironmentVariable("VELDRIN_TEST_TOKEN");
-    if (sessionUrl.isEmpty() || token.isEmpty())
+    const TestServer server;
+    if (!server.isRunning())
         QSKIP("No test server: run under tests/integration/harness/with-cyrus.sh");
+    sessionUrl = server.sessionUrl;
+    token = server.token;
 }
 
 void TestReadingCyrus::readingSession()

@@ -69,15 +69,12 @@ private Q_SLOTS:
     void plainAndHeldSends();
 
 private:
-    QString sessionUrl;
-    QString token;
+    const TestServer server;
 };
 
 void TestSendingCyrus::initTestCase()
 {
-    sessionUrl = qEnvironmentVariable("VELDRIN_TEST_SESSION_URL");
-    token = qEnvironmentVariable("VELDRIN_TEST_TOKEN");
-    if (sessionUrl.isEmpty() || token.isEmpty())
+    if (!server.isRunning())
         QSKIP("No test server: run under tests/integration/harness/with-cyrus.sh");
 }
 
@@ -86,11 +83,11 @@ void TestSendingCyrus::plainAndHeldSends()
     QTemporaryDir home;
     QNetworkAccessManager network;
     MemorySecretStore keychain;
-    keychain.data = token.toUtf8();
+    keychain.data = server.token.toUtf8();
     AppEnvironment environment =
         testEnvironment(&network, home.filePath("config/veldrin/config.json"), keychain);
     environment.timing.toastSecond = std::chrono::milliseconds(10);
-    auto state = makeTestState(environment, sessionUrl);
+    auto state = makeTestState(environment, server.sessionUrl);
     AppConfig config = state->config();
     config.undoSendSeconds = 0;
     config.refreshIntervalSeconds = 0;

@@ -1,3 +1,4 @@
+#include "AppTestEnvironment.h"
 #include "FakeMailServer.h"
 #include "FakeNetwork.h"
 #include "MemorySecretStore.h"
@@ -110,18 +111,8 @@ void TestComposeWindow::init()
 std::unique_ptr<AppState> TestComposeWindow::makeState()
 {
     const QString name = QTest::currentTestFunction();
-    AppEnvironment environment;
-    environment.network = network.get();
-    environment.configStore = ConfigStore(home.filePath(name + ".json"));
-    environment.readToken = [this] { return Keychain::readToken(keychain); };
-    environment.saveToken = [this](const QString& token) {
-        return Keychain::saveToken(keychain, token);
-    };
-    auto state = std::make_unique<AppState>(environment);
-    AppConfig config = state->config();
-    config.sessionUrl = FakeNetwork::sessionUrl().toString();
-    state->setConfig(config);
-    return state;
+    return makeTestState(testEnvironment(network.get(), home.filePath(name + ".json"), keychain),
+                         FakeNetwork::sessionUrl().toString());
 }
 
 bool TestComposeWindow::connect(AppState* state, ComposeWindows* windows)

@@ -149,10 +149,9 @@ std::unique_ptr<AppState> TestMainActions::makeState(bool demo)
     environment.demo = demo;
     auto holder = std::make_shared<AppState*>(nullptr);
     environment.installKeyMonitor = [holder] { KeyMonitor::install(*holder); };
-    auto state = std::make_unique<AppState>(environment);
+    auto state = makeTestState(environment, FakeNetwork::sessionUrl().toString());
     *holder = state.get();
     AppConfig config = state->config();
-    config.sessionUrl = FakeNetwork::sessionUrl().toString();
     config.markReadOnOpen = false;
     state->setConfig(config);
     return state;

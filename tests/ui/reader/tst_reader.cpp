@@ -150,9 +150,8 @@ std::unique_ptr<AppState> TestReader::makeState()
         testEnvironment(network.get(), home.filePath(name + ".json"), keychain);
     environment.attachmentCacheDir = home.filePath(name + "-cache");
     environment.downloadsDir = home.filePath("Downloads");
-    auto state = std::make_unique<AppState>(environment);
+    auto state = makeTestState(environment, FakeNetwork::sessionUrl().toString());
     AppConfig config = state->config();
-    config.sessionUrl = FakeNetwork::sessionUrl().toString();
     config.markReadOnOpen = false;
     state->setConfig(config);
     return state;
