@@ -6,7 +6,7 @@
 #include "ui/desktop/Icons.h"
 
 MailboxListModel::MailboxListModel(AppState* state, QObject* parent)
-    : QAbstractListModel(parent), m_state(state)
+    : KeyedListModel(parent), m_state(state)
 {
     for (auto signal : {&AppState::mailboxesChanged, &AppState::configChanged,
                         &AppState::selectedMailboxIdChanged})
@@ -172,38 +172,5 @@ QString MailboxListModel::iconName(const std::optional<QString>& role)
 
 void MailboxListModel::update(const QList<MailboxNode>& rows)
 {
-    for (int target = 0; target < rows.size(); ++target) {
-        const MailboxNode& wanted = rows.at(target);
-        if (target < m_rows.size() && m_rows.at(target).mailbox.id == wanted.mailbox.id) {
-            if (!(m_rows.at(target) == wanted)) {
-                m_rows[target] = wanted;
-                Q_EMIT dataChanged(index(target), index(target));
-            }
-            continue;
-        }
-        int found = -1;
-        for (int row = target + 1; row < m_rows.size(); ++row)
-            if (m_rows.at(row).mailbox.id == wanted.mailbox.id) {
-                found = row;
-                break;
-            }
-        if (found >= 0) {
-            beginMoveRows({}, found, found, {}, target);
-            m_rows.move(found, target);
-            endMoveRows();
-            if (!(m_rows.at(target) == wanted)) {
-                m_rows[target] = wanted;
-                Q_EMIT dataChanged(index(target), index(target));
-            }
-        } else {
-            beginInsertRows({}, target, target);
-            m_rows.insert(target, wanted);
-            endInsertRows();
-        }
-    }
-    if (m_rows.size() > rows.size()) {
-        beginRemoveRows({}, int(rows.size()), int(m_rows.size()) - 1);
-        m_rows.resize(rows.size());
-        endRemoveRows();
-    }
+    updateRows(m_rows, rows, [](const MailboxNode& node) { return node.mailbox.id; });
 }

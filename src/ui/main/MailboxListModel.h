@@ -2,7 +2,7 @@
 
 #include "mail/MailboxTree.h"
 
-#include <QAbstractListModel>
+#include "ui/models/KeyedListModel.h"
 #include <QPointer>
 
 class AppState;
@@ -10,7 +10,7 @@ class AppState;
 // The sidebar's rows: the mailbox tree of AppState, flattened with the user's order, hidden
 // and collapsed folders applied, and updated in place so that selection and scroll position
 // survive a refresh.
-class MailboxListModel : public QAbstractListModel
+class MailboxListModel : public KeyedListModel
 {
     Q_OBJECT
 public:

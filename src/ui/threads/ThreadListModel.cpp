@@ -11,8 +11,7 @@
 #include <algorithm>
 
 ThreadListModel::ThreadListModel(AppState* state, QObject* parent)
-    : QAbstractListModel(parent), m_state(state),
-      m_clock([] { return QDateTime::currentDateTime(); })
+    : KeyedListModel(parent), m_state(state), m_clock([] { return QDateTime::currentDateTime(); })
 {
     for (auto signal : {&AppState::threadsChanged, &AppState::totalThreadsChanged,
                         &AppState::isLoadingListChanged, &AppState::configChanged})
@@ -92,46 +91,7 @@ void ThreadListModel::rebuild()
 
 void ThreadListModel::update(const QList<Item>& items)
 {
-    QSet<QString> kept;
-    kept.reserve(items.size());
-    for (const Item& item : items)
-        kept.insert(item.id);
-    for (int target = 0; target < items.size(); ++target) {
-        // A row that left goes at once: sliding it down past the rows below would move each
-        // of them, a signal apiece for the view and assistive technology.
-        while (target < m_items.size() && !kept.contains(m_items.at(target).id)) {
-            beginRemoveRows({}, target, target);
-            m_items.removeAt(target);
-            endRemoveRows();
-        }
-        const Item& wanted = items.at(target);
-        int found = -1;
-        for (int row = target; row < m_items.size(); ++row)
-            if (m_items.at(row).id == wanted.id) {
-                found = row;
-                break;
-            }
-        if (found < 0) {
-            beginInsertRows({}, target, target);
-            m_items.insert(target, wanted);
-            endInsertRows();
-            continue;
-        }
-        if (found != target) {
-            beginMoveRows({}, found, found, {}, target);
-            m_items.move(found, target);
-            endMoveRows();
-        }
-        if (!(m_items.at(target) == wanted)) {
-            m_items[target] = wanted;
-            Q_EMIT dataChanged(index(target), index(target));
-        }
-    }
-    if (m_items.size() > items.size()) {
-        beginRemoveRows({}, int(items.size()), int(m_items.size()) - 1);
-        m_items.resize(items.size());
-        endRemoveRows();
-    }
+    updateRows(m_items, items, [](const Item& item) { return item.id; });
 }
 
 int ThreadListModel::rowCount(const QModelIndex& parent) const

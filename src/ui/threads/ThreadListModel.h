@@ -3,7 +3,7 @@
 #include "content/DateGroup.h"
 #include "mail/MailThread.h"
 
-#include <QAbstractListModel>
+#include "ui/models/KeyedListModel.h"
 #include <QDateTime>
 #include <QPointer>
 
@@ -14,7 +14,7 @@ class AppState;
 // The rows of the thread list: the threads of AppState, date headers between them when the
 // settings group by date, and a last row that loads the next page. Rows are keyed by id and
 // updated in place, so selection and scroll position survive every refresh.
-class ThreadListModel : public QAbstractListModel
+class ThreadListModel : public KeyedListModel
 {
     Q_OBJECT
 public:
