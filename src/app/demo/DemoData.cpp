@@ -48,6 +48,12 @@ QString accountName()
     return QStringLiteral("alex@example.com");
 }
 
+QList<Identity> identities()
+{
+    return {Identity{QStringLiteral("demo-identity"), QStringLiteral("Alex Morgan"),
+                     QStringLiteral("alex@example.com"), QStringLiteral("Alex")}};
+}
+
 QList<Mailbox> mailboxes()
 {
     const QString inbox = QStringLiteral("inbox");

@@ -2,6 +2,7 @@
 
 #include "directory/Contact.h"
 #include "directory/MaskedEmail.h"
+#include "jmap/Identity.h"
 #include "jmap/Mailbox.h"
 #include "mail/Email.h"
 #include "mail/EmailAddress.h"
@@ -21,6 +22,8 @@ namespace DemoData {
 bool isDemo();
 
 QString accountName();
+// The account's sending address, with a signature.
+QList<Identity> identities();
 QList<Mailbox> mailboxes();
 QList<Contact> contacts();
 QList<MaskedEmail> maskedEmails(const QDateTime& now);

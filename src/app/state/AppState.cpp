@@ -234,6 +234,7 @@ void AppState::loadDemoData()
     m_maskedEmails->setItems(DemoData::maskedEmails(QDateTime::currentDateTime()));
     m_contacts->setItems(DemoData::contacts());
     setAccountName(DemoData::accountName());
+    setIdentities(DemoData::identities());
     setSelectedMailboxId(QStringLiteral("inbox"));
     showDemoThreads();
     setHasToken(true);
