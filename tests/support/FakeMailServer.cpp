@@ -82,10 +82,15 @@ void FakeMailServer::serve()
     network.respondTo("EmailSubmission/get", [this](const QJsonObject&) {
         QJsonArray list;
         for (const QJsonObject& submission : std::as_const(submissions))
-            if (m_submissionQueryIds.contains(submission.value("id").toString()))
-                list.append(QJsonObject{{"id", submission.value("id")},
-                                        {"emailId", submission.value("emailId")},
-                                        {"sendAt", epoch.toString(Qt::ISODate)}});
+            if (m_submissionQueryIds.contains(submission.value("id").toString())) {
+                // A held send goes at the time its envelope asked for, as on a real server.
+                const QString until =
+                    submission["envelope"]["mailFrom"]["parameters"]["HOLDUNTIL"].toString();
+                list.append(
+                    QJsonObject{{"id", submission.value("id")},
+                                {"emailId", submission.value("emailId")},
+                                {"sendAt", until.isEmpty() ? epoch.toString(Qt::ISODate) : until}});
+            }
         return QJsonObject{{"list", list}};
     });
     network.respondTo("Email/query", [this](const QJsonObject& a) { return query(a); });

@@ -1,5 +1,6 @@
 #include "AppState.h"
 
+#include "content/DateFormat.h"
 #include "content/EmailAddresses.h"
 #include "jmap/Errors.h"
 
@@ -17,28 +18,6 @@ std::optional<QString> roleId(const AppState& state, const QString& role)
     if (!mailbox)
         return std::nullopt;
     return mailbox->id;
-}
-
-// The largest unit that fits, alone: "2 days", "1 hour", "90 seconds" is "1 minute".
-QString limitInWords(qint64 seconds)
-{
-    struct Unit
-    {
-        qint64 length;
-        const char* one;
-        const char* many;
-    };
-    static const Unit units[] = {{86400, "day", "days"},
-                                 {3600, "hour", "hours"},
-                                 {60, "minute", "minutes"},
-                                 {1, "second", "seconds"}};
-    for (const Unit& unit : units)
-        if (seconds >= unit.length) {
-            const qint64 count = seconds / unit.length;
-            return QStringLiteral("%1 %2").arg(count).arg(
-                QLatin1String(count == 1 ? unit.one : unit.many));
-        }
-    return QStringLiteral("%1 seconds").arg(seconds);
 }
 
 } // namespace
@@ -95,7 +74,7 @@ QCoro::Task<> AppState::send(ComposeDraft* pointer, bool archive, std::optional<
         }
         if (delay > m_maxDelayedSend) {
             draft->setError(QStringLiteral("The server can hold a message for at most %1.")
-                                .arg(limitInWords(m_maxDelayedSend)));
+                                .arg(DateFormat::fullDuration(m_maxDelayedSend, QLocale())));
             co_return;
         }
         release = scheduled;
@@ -170,8 +149,9 @@ QCoro::Task<> AppState::send(ComposeDraft* pointer, bool archive, std::optional<
         QString message;
         int seconds = 5;
         if (at) {
-            message = QStringLiteral("Scheduled for ") +
-                      QLocale().toString(at->toLocalTime(), QLocale::ShortFormat);
+            message =
+                QStringLiteral("Scheduled for ") +
+                DateFormat::abbreviatedDateShortTime(*at, QLocale(), QTimeZone::systemTimeZone());
         } else {
             message = archived ? QStringLiteral("Message sent and conversation archived")
                                : QStringLiteral("Message sent");

@@ -1,5 +1,6 @@
 #include "DateFormat.h"
 
+#include <QCoreApplication>
 #include <QRegularExpression>
 
 namespace {
@@ -69,6 +70,34 @@ QString abbreviatedDateShortTime(const QDateTime& date, const QLocale& locale,
         return QString();
     return abbreviatedDate(date, locale, timeZone) + dateTimeSeparator(locale) +
            shortTime(date, locale, timeZone);
+}
+
+QString fullDuration(qint64 seconds, const QLocale& locale)
+{
+    struct Unit
+    {
+        qint64 length;
+        const char* one;
+        const char* many;
+    };
+    // Both English forms are source texts, so that an untranslated program still reads well
+    // and a translation can give each language its own plural forms.
+    static const Unit units[] = {{86400, QT_TRANSLATE_NOOP("DateFormat", "%1 day"),
+                                  QT_TRANSLATE_NOOP("DateFormat", "%1 days")},
+                                 {3600, QT_TRANSLATE_NOOP("DateFormat", "%1 hour"),
+                                  QT_TRANSLATE_NOOP("DateFormat", "%1 hours")},
+                                 {60, QT_TRANSLATE_NOOP("DateFormat", "%1 minute"),
+                                  QT_TRANSLATE_NOOP("DateFormat", "%1 minutes")},
+                                 {1, QT_TRANSLATE_NOOP("DateFormat", "%1 second"),
+                                  QT_TRANSLATE_NOOP("DateFormat", "%1 seconds")}};
+    const qint64 value = std::max<qint64>(seconds, 0);
+    for (const Unit& unit : units)
+        if (value >= unit.length || unit.length == 1) {
+            const qint64 count = value / unit.length;
+            const char* text = count == 1 ? unit.one : unit.many;
+            return QCoreApplication::translate("DateFormat", text).arg(locale.toString(count));
+        }
+    return QString();
 }
 
 } // namespace DateFormat

@@ -17,4 +17,9 @@ QString shortTime(const QDateTime& date, const QLocale& locale, const QTimeZone&
 QString abbreviatedDateShortTime(const QDateTime& date, const QLocale& locale,
                                  const QTimeZone& timeZone);
 
+// A length of time in full words with its largest whole unit (days, hours, minutes or
+// seconds), as in "2 days" or "1 hour"; the number in the locale's digits. Translations give
+// the unit names through the "DateFormat" context.
+QString fullDuration(qint64 seconds, const QLocale& locale);
+
 } // namespace DateFormat

@@ -10,6 +10,8 @@ private slots:
     void styles_data();
     void styles();
     void unreadableDateGivesNoText();
+    void durations_data();
+    void durations();
 };
 
 void TestDateFormat::styles_data()
@@ -67,6 +69,29 @@ void TestDateFormat::unreadableDateGivesNoText()
 {
     const QLocale locale(QLocale::English, QLocale::UnitedStates);
     QVERIFY(DateFormat::abbreviatedDateShortTime(QDateTime(), locale, QTimeZone::utc()).isEmpty());
+}
+
+void TestDateFormat::durations_data()
+{
+    QTest::addColumn<qint64>("seconds");
+    QTest::addColumn<QLocale>("locale");
+    QTest::addColumn<QString>("text");
+    const QLocale english(QLocale::English, QLocale::UnitedStates);
+    QTest::newRow("two days") << qint64(172800) << english << "2 days";
+    QTest::newRow("one unit only, rounded down") << qint64(86400 + 7200) << english << "1 day";
+    QTest::newRow("hours") << qint64(3600 * 5 + 59) << english << "5 hours";
+    QTest::newRow("minutes") << qint64(90) << english << "1 minute";
+    QTest::newRow("seconds") << qint64(1) << english << "1 second";
+    QTest::newRow("nothing") << qint64(0) << english << "0 seconds";
+    QTest::newRow("digits of the locale")
+        << qint64(86400 * 1200) << QLocale(QLocale::German, QLocale::Germany) << "1.200 days";
+}
+
+void TestDateFormat::durations()
+{
+    QFETCH(qint64, seconds);
+    QFETCH(QLocale, locale);
+    QTEST(DateFormat::fullDuration(seconds, locale), "text");
 }
 
 QTEST_GUILESS_MAIN(TestDateFormat)

@@ -1,8 +1,10 @@
 #include "AppTestEnvironment.h"
+#include "AsyncTest.h"
 #include "FakeMailServer.h"
 #include "FakeNetwork.h"
 #include "MemorySecretStore.h"
 #include "app/state/AppState.h"
+#include "content/DateFormat.h"
 #include "ui/desktop/Icons.h"
 #include "ui/main/MainWindow.h"
 #include "ui/reader/AttachmentChip.h"
@@ -29,6 +31,7 @@
 #include <QPainter>
 #include <QPdfWriter>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScopeGuard>
@@ -38,6 +41,8 @@
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
+
+using namespace AsyncTest;
 
 namespace {
 
@@ -99,6 +104,7 @@ private Q_SLOTS:
     void detailsImagesAndAttachments();
     void draggedAttachmentDownloadsOnDrop();
     void emptyStates();
+    void heldSendShowsItsTimeAndCancels();
     void rawMessageSheet();
     void preview_data();
     void preview();
@@ -348,6 +354,49 @@ void TestReader::emptyStates()
     QCOMPARE(reader->currentPage(), reader->scrollArea());
     state->setSelectedThreadIds({});
     QCOMPARE(reader->emptyState()->title(), QString("No conversation selected"));
+}
+
+void TestReader::heldSendShowsItsTimeAndCancels()
+{
+    server->identities = QJsonArray{FakeMailServer::identity("id-me", "me@example.com", "Me")};
+    server->mailboxes.append(FakeMailServer::mailbox("drafts", "Drafts", "drafts", 4));
+    auto state = makeState();
+    MainWindow window(state.get());
+    window.resize(1100, 600);
+    window.show();
+    QTRY_COMPARE(state->threads().size(), 2);
+    ComposeDraft* draft = state->compose();
+    draft->setTo("anna@example.com");
+    draft->setSubject("Later");
+    const QDateTime at = QDateTime::currentDateTime().addSecs(1800);
+    await(state->sendLater(draft, at));
+    QVERIFY2(!draft->error(), qPrintable(draft->error().value_or(QString())));
+    QCOMPARE(server->submissions.size(), 1);
+    const QString emailId = server->submissions.at(0)["emailId"].toString();
+
+    // The held message in Sent says when it goes, and Cancel Send brings the draft back.
+    state->setSelectedMailboxId(QString("sent"));
+    state->mailboxChanged();
+    QTRY_VERIFY(!state->threads().isEmpty());
+    state->setSelectedThreadIds({"t-" + emailId});
+    QTRY_COMPARE(window.reader()->messageViews().size(), 1);
+    QPointer<MessageView> view = window.reader()->messageViews().first();
+    QTRY_VERIFY(view->pendingSendRow()->isVisible());
+    // The server keeps whole seconds, so the time shown is the one asked for.
+    const QString when =
+        DateFormat::abbreviatedDateShortTime(at, QLocale(), QTimeZone::systemTimeZone());
+    QVERIFY2(labelTexts(view->pendingSendRow()).contains("Sends " + when),
+             qPrintable(labelTexts(view->pendingSendRow()).join('|')));
+    screenshot(&window, "held-send");
+    auto* cancel = view->pendingSendRow()->findChild<QPushButton*>("cancelSendButton");
+    QCOMPARE(cancel->accessibleName().isEmpty() ? cancel->text() : cancel->accessibleName(),
+             QString("Cancel Send"));
+    QTest::mouseClick(cancel, Qt::LeftButton);
+    // The message leaves Sent for Drafts, so its view goes with the thread.
+    QTRY_VERIFY(!view || !view->pendingSendRow()->isVisible());
+    QTRY_COMPARE(state->drafts().size(), 1);
+    QCOMPARE(state->drafts().first()->serverDraftId, emailId);
+    QCOMPARE(server->submissions.at(0)["undoStatus"].toString(), QString("canceled"));
 }
 
 void TestReader::rawMessageSheet()
