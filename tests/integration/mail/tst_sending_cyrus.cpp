@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QJsonArray>
 #include <QNetworkAccessManager>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUuid>
@@ -31,13 +32,29 @@ int sunk(const QString& needle)
     return count;
 }
 
+// The text of the one message the sink has taken that holds `needle`, or nothing.
+QString sunkMessage(const QString& needle)
+{
+    const QDir sink(qEnvironmentVariable("VELDRIN_TEST_SINK_DIR"));
+    for (const QString& name : sink.entryList({"*.eml"}, QDir::Files)) {
+        QFile file(sink.filePath(name));
+        if (file.open(QIODevice::ReadOnly)) {
+            const QByteArray text = file.readAll();
+            if (text.contains(needle.toUtf8()))
+                return QString::fromUtf8(text);
+        }
+    }
+    return QString();
+}
+
 // The ids of the messages whose subject holds `text`.
-QStringList idsWithSubject(const std::shared_ptr<JMAPClient>& client, const QString& text)
+QStringList idsWithSubject(const std::shared_ptr<JMAPClient>& client, const QString& text,
+                           QJsonObject filter = {})
 {
     const QString account = await(client->accountId());
+    filter["subject"] = text;
     const QList<Invocation> calls{
-        {"Email/query",
-         QJsonObject{{"accountId", account}, {"filter", QJsonObject{{"subject", text}}}}, "0"}};
+        {"Email/query", QJsonObject{{"accountId", account}, {"filter", filter}}, "0"}};
     const auto responses = await(client->call(calls));
     QStringList ids;
     for (const QJsonValue& id : arguments(responses, "0")["ids"].toArray())
@@ -67,8 +84,12 @@ class TestSendingCyrus : public QObject
 private Q_SLOTS:
     void initTestCase();
     void plainAndHeldSends();
+    void markdownReplyWithAttachment();
+    void scheduledSendCanBeCancelled();
 
 private:
+    std::unique_ptr<AppState> connected(QTemporaryDir& home, QNetworkAccessManager& network,
+                                        MemorySecretStore& keychain);
     const TestServer server;
 };
 
@@ -76,6 +97,137 @@ void TestSendingCyrus::initTestCase()
 {
     if (!server.isRunning())
         QSKIP("No test server: run under tests/integration/harness/with-cyrus.sh");
+}
+
+std::unique_ptr<AppState> TestSendingCyrus::connected(QTemporaryDir& home,
+                                                      QNetworkAccessManager& network,
+                                                      MemorySecretStore& keychain)
+{
+    keychain.data = server.token.toUtf8();
+    AppEnvironment environment =
+        testEnvironment(&network, home.filePath("config/veldrin/config.json"), keychain);
+    environment.timing.toastSecond = std::chrono::milliseconds(10);
+    auto state = makeTestState(environment, server.sessionUrl);
+    AppConfig config = state->config();
+    config.undoSendSeconds = 0;
+    config.refreshIntervalSeconds = 0;
+    state->setConfig(config);
+    state->start([](QUuid) {});
+    if (!QTest::qWaitFor([&state] { return state->isConnected(); }, 20000))
+        return nullptr;
+    return state;
+}
+
+void TestSendingCyrus::markdownReplyWithAttachment()
+{
+    QTemporaryDir home;
+    QNetworkAccessManager network;
+    MemorySecretStore keychain;
+    auto state = connected(home, network, keychain);
+    QVERIFY(state);
+    const QString tag = QUuid::createUuid().toString(QUuid::WithoutBraces).left(8);
+
+    // Answer Carol's question from the open thread.
+    QTRY_VERIFY_WITH_TIMEOUT(!state->threads().isEmpty(), 20000);
+    for (const MailThread& thread : state->threads())
+        if (thread.subject() == "Lunch on Friday?")
+            state->setSelectedThreadIds({thread.id});
+    state->threadSelectionChanged();
+    QTRY_VERIFY_WITH_TIMEOUT(!state->openEmails().isEmpty() && !state->isLoadingThread(), 20000);
+    std::optional<Email> question;
+    for (const Email& email : state->openEmails())
+        if (email.messageId == QStringList{"lunch-1@mail.example.org"})
+            question = email;
+    QVERIFY(question);
+    ComposeDraft* reply = state->compose(ReplyKind::Reply, question);
+    QVERIFY(reply);
+    QCOMPARE(reply->to(), QString("Carol Diaz <carol@example.org>"));
+    reply->setBody("**Gladly** " + tag + ", see the *map*.\n\n" + reply->body());
+
+    // A file with bytes that survive only a faithful round trip.
+    QByteArray bytes;
+    for (int i = 0; i < 3000; ++i)
+        bytes.append(char(i * 7 % 256));
+    QFile file(home.filePath("map.bin"));
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+    file.close();
+    state->attach({QUrl::fromLocalFile(file.fileName())}, reply);
+    await(state->send(reply));
+    QVERIFY2(!reply->error(), qPrintable(reply->error().value_or(QString())));
+
+    QString sent;
+    QTRY_VERIFY_WITH_TIMEOUT(!(sent = sunkMessage(tag)).isEmpty(), 20000);
+    QVERIFY2(sent.contains("In-Reply-To: <lunch-1@mail.example.org>"), qPrintable(sent));
+    QVERIFY(sent.contains(QRegularExpression("References: <lunch-1@mail\\.example\\.org>")));
+    QVERIFY(sent.contains("Subject: Re: Lunch on Friday?"));
+    // The Markdown source as the text part and its rendering as the HTML part.
+    QVERIFY(sent.contains("multipart/alternative", Qt::CaseInsensitive));
+    QVERIFY(sent.contains("**Gladly** " + tag));
+    QVERIFY(sent.contains("<strong>Gladly</strong> " + tag));
+    QVERIFY(sent.contains("<em>map</em>"));
+    // The attachment comes back byte for byte.
+    const auto at = sent.indexOf("map.bin");
+    QVERIFY(at > 0);
+    const auto start = sent.indexOf("\r\n\r\n", at) + 4;
+    const auto end = sent.indexOf("\r\n--", start);
+    QCOMPARE(QByteArray::fromBase64(sent.mid(start, end - start).toLatin1()), bytes);
+
+    // Clean up: only the reply sent here has an attachment.
+    const QStringList ids = idsWithSubject(state->service()->client(), "Re: Lunch on Friday?",
+                                           QJsonObject{{"hasAttachment", true}});
+    if (!ids.isEmpty())
+        await(state->service()->destroy(ids));
+}
+
+void TestSendingCyrus::scheduledSendCanBeCancelled()
+{
+    QTemporaryDir home;
+    QNetworkAccessManager network;
+    MemorySecretStore keychain;
+    auto state = connected(home, network, keychain);
+    QVERIFY(state);
+    if (state->maxDelayedSend() < 7200)
+        QSKIP("This server holds no submissions for an hour");
+    const QString tag = QUuid::createUuid().toString(QUuid::WithoutBraces).left(8);
+    ComposeDraft* draft = state->compose();
+    draft->setTo("friend@example.org");
+    draft->setSubject("Later " + tag);
+    const QDateTime at = QDateTime::currentDateTime().addSecs(3600);
+    await(state->sendLater(draft, at));
+    QVERIFY2(!draft->error(), qPrintable(draft->error().value_or(QString())));
+    QVERIFY(state->toast()->message.startsWith("Scheduled for "));
+
+    // The Sent mailbox's reader knows the message is held, and until when.
+    state->setSelectedMailboxId(state->mailboxWithRole("sent")->id);
+    state->mailboxChanged();
+    QTRY_VERIFY_WITH_TIMEOUT(!state->isLoadingList(), 20000);
+    std::optional<QString> threadId;
+    QTRY_VERIFY_WITH_TIMEOUT(
+        [&] {
+            for (const MailThread& thread : state->threads())
+                if (thread.subject() == "Later " + tag)
+                    threadId = thread.id;
+            if (!threadId)
+                state->refresh();
+            return threadId.has_value();
+        }(),
+        20000);
+    state->setSelectedThreadIds({*threadId});
+    state->threadSelectionChanged();
+    QTRY_VERIFY_WITH_TIMEOUT(state->pendingSends().size() == 1, 20000);
+    const Email held = state->openEmails().first();
+    QVERIFY(qAbs(state->pendingSends().value(held.id).sendAt.secsTo(at)) <= 1);
+
+    // Cancel Send: nothing goes out, and the message is a draft again.
+    state->cancelScheduledSend(held);
+    QTRY_VERIFY_WITH_TIMEOUT(state->pendingSends().isEmpty() && state->drafts().size() == 1, 20000);
+    const QJsonObject stored = fetch(state->service()->client(), held.id);
+    QCOMPARE(stored["mailboxIds"].toObject().keys(),
+             QStringList{state->mailboxWithRole("drafts")->id});
+    QCOMPARE(sunk("Later " + tag), 0);
+    state->discard(state->drafts().first().get());
+    QTRY_VERIFY_WITH_TIMEOUT(idsWithSubject(state->service()->client(), "Later " + tag).isEmpty(),
+                             20000);
 }
 
 void TestSendingCyrus::plainAndHeldSends()
