@@ -32,6 +32,7 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QSplitter>
 #include <QTimeZone>
 #include <QTimer>
@@ -82,6 +83,9 @@ ComposeWindow::ComposeWindow(AppState* state, ComposeDraft* draft, QWidget* pare
     setAcceptDrops(true);
     resize(820, 640);
     setAccessibleName(tr("Compose"));
+    // Ctrl+W closes the window as every desktop window closes; the draft is kept.
+    auto* closeShortcut = new QShortcut(QKeySequence::Close, this);
+    connect(closeShortcut, &QShortcut::activated, this, &QWidget::close);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
