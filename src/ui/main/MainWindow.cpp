@@ -11,11 +11,13 @@
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 #include "ui/reader/AttachmentPreview.h"
+#include "ui/reader/MessageView.h"
 #include "ui/reader/RawMessageView.h"
 #include "ui/reader/ThreadDetailView.h"
 #include "ui/settings/SettingsWindow.h"
 #include "ui/threads/MailSearchField.h"
 #include "ui/threads/ThreadListView.h"
+#include "ui/web/MailWebView.h"
 
 #include <QApplication>
 #include <QListView>
@@ -209,8 +211,31 @@ void MainWindow::scrollReader(double pages, double lines)
     const int from = m_readerScroll->state() == QAbstractAnimation::Running
                          ? m_readerScroll->endValue().toInt()
                          : bar->value();
-    const int to = std::clamp(int(std::lround(from + pages * page + lines * 40.0)), bar->minimum(),
-                              bar->maximum());
+    int delta = int(std::lround(pages * page + lines * 40.0));
+    int lowest = bar->minimum();
+    int highest = bar->maximum();
+    // A message taller than its view scrolls inside it while it fills the reader; the reader
+    // stops where such a message comes to fill it, as long as the message has more to show.
+    const QWidget* content = m_reader->scrollArea()->widget();
+    for (MessageView* message : m_reader->messageViews()) {
+        MailWebView* web = message->webView();
+        if (!web || !web->isTallerThanView() || delta == 0)
+            continue;
+        const int top = web->mapTo(content, QPoint()).y();
+        const int bottom = top + web->height();
+        if (bottom <= from || top >= from + visible)
+            continue;
+        if (top <= from && bottom >= from + visible) {
+            delta -= web->scrollInside(delta);
+            if (delta == 0)
+                return;
+        } else if (delta > 0 && top > from && web->canScrollInside(1)) {
+            highest = std::min(highest, top);
+        } else if (delta < 0 && bottom < from + visible && web->canScrollInside(-1)) {
+            lowest = std::max(lowest, bottom - visible);
+        }
+    }
+    const int to = std::clamp(from + delta, lowest, std::max(lowest, highest));
     m_readerScroll->stop();
     m_readerScroll->setStartValue(bar->value());
     m_readerScroll->setEndValue(to);

@@ -373,11 +373,11 @@ void MessageView::buildBody()
 
     m_web = new MailWebView(m_body);
     m_web->setObjectName(QStringLiteral("messageWebView"));
-    m_web->setFixedHeight(qMax(m_web->contentHeight(), 40));
+    m_web->setFixedHeight(qMax(m_web->viewHeight(), 40));
     QObject::connect(m_web, &MailWebView::contentHeightChanged, this, [this](int height) {
         if (!m_web || height <= 0)
             return;
-        m_web->setFixedHeight(height);
+        m_web->setFixedHeight(m_web->viewHeight());
         Q_EMIT resized();
     });
     m_bodyLayout->addWidget(m_pendingRow);

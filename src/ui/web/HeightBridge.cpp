@@ -9,3 +9,10 @@ void HeightBridge::report(double height)
         return;
     Q_EMIT reported(static_cast<int>(std::ceil(height)));
 }
+
+void HeightBridge::scrolled(double y)
+{
+    if (!std::isfinite(y) || y < 0 || y > std::numeric_limits<int>::max())
+        return;
+    Q_EMIT scrolledTo(static_cast<int>(std::lround(y)));
+}

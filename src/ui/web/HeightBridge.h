@@ -2,8 +2,8 @@
 
 #include <QObject>
 
-// The one object the height script can reach over the web channel. It takes a number and
-// nothing else; a report that is not a positive height is dropped.
+// The one object the height script can reach over the web channel. It takes numbers and
+// nothing else; a report that is not a positive height, or no scroll position, is dropped.
 class HeightBridge : public QObject
 {
     Q_OBJECT
@@ -12,7 +12,10 @@ public:
 
 public Q_SLOTS:
     void report(double height);
+    // Where the page is scrolled to, for a document taller than its view.
+    void scrolled(double y);
 
 Q_SIGNALS:
     void reported(int height);
+    void scrolledTo(int y);
 };

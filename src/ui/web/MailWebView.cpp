@@ -58,6 +58,8 @@ const char heightScript[] = R"(
             lastHeight = height;
             bridge.report(height);
         };
+        window.addEventListener('scroll', function () { bridge.scrolled(window.scrollY); },
+                                { passive: true });
         var observer = new ResizeObserver(post);
         observer.observe(html);
         if (root) { observer.observe(root); }
@@ -101,6 +103,7 @@ void MailWebView::installHeightScript()
 {
     auto* heightBridge = new HeightBridge(this);
     connect(heightBridge, &HeightBridge::reported, this, &MailWebView::setContentHeight);
+    connect(heightBridge, &HeightBridge::scrolledTo, this, [this](int y) { pageScroll = y; });
     auto* channel = new QWebChannel(this);
     channel->registerObject(QStringLiteral("veldrinHeight"), heightBridge);
     mailPage->setWebChannel(channel, QWebEngineScript::ApplicationWorld);
@@ -134,6 +137,7 @@ void MailWebView::setDocument(const QString& html, const QList<BodyPart>& inline
         document->html = bytes;
     current = document;
     loadedHtml = html;
+    pageScroll = 0;
     // The previous document goes with the last reference to it: its late requests find nothing.
     MailWebProfile::instance()->addDocument(document);
 
@@ -164,6 +168,38 @@ void MailWebView::setContentHeight(int height)
 void MailWebView::setLinkHandler(std::function<void(const QUrl&)> handler)
 {
     mailPage->setLinkHandler(std::move(handler));
+}
+
+int MailWebView::viewHeight() const
+{
+    return std::clamp(measuredHeight, 0, maximumViewHeight);
+}
+
+bool MailWebView::isTallerThanView() const
+{
+    return measuredHeight > maximumViewHeight;
+}
+
+int MailWebView::scrollInside(int delta)
+{
+    if (!isTallerThanView())
+        return 0;
+    const int range = std::max(0, measuredHeight - height());
+    const int target = std::clamp(pageScroll + delta, 0, range);
+    const int used = target - pageScroll;
+    if (used == 0)
+        return 0;
+    pageScroll = target;
+    mailPage->runJavaScript(QStringLiteral("window.scrollTo(0, %1);").arg(target),
+                            QWebEngineScript::ApplicationWorld);
+    return used;
+}
+
+bool MailWebView::canScrollInside(int direction) const
+{
+    if (!isTallerThanView())
+        return false;
+    return direction < 0 ? pageScroll > 0 : pageScroll < measuredHeight - height();
 }
 
 bool MailWebView::event(QEvent* event)
@@ -197,8 +233,11 @@ bool MailWebView::eventFilter(QObject* watched, QEvent* event)
     QPoint delta = wheel->angleDelta();
     if (delta.isNull())
         delta = wheel->pixelDelta();
-    // Sideways scrolling stays with the page, for wide tables and preformatted blocks.
+    // Sideways scrolling stays with the page, for wide tables and preformatted blocks; so does
+    // the scrolling of a page taller than its view while it has room inside.
     if (std::abs(delta.x()) > std::abs(delta.y()))
+        return false;
+    if (delta.y() != 0 && canScrollInside(delta.y() > 0 ? -1 : 1))
         return false;
     QAbstractScrollArea* area = enclosingScrollArea();
     if (!area)

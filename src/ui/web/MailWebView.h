@@ -34,6 +34,15 @@ public:
     void setDocument(const QString& html, const QList<BodyPart>& inlineParts, PartLoader loader);
     // The measured height of the content in pixels (0 until known).
     int contentHeight() const;
+    // The height the view takes in the reader: its content's, up to maximumViewHeight. A
+    // taller document scrolls inside its view, since the engine cannot draw a view of any size.
+    int viewHeight() const;
+    bool isTallerThanView() const;
+    // Scrolls a document taller than its view by up to delta pixels inside it; gives how far it
+    // moved. canScrollInside says whether it can move at all (direction < 0: up).
+    int scrollInside(int delta);
+    bool canScrollInside(int direction) const;
+    static constexpr int maximumViewHeight = 8000;
     // Where clicked links go (http, https, mailto only); the default opens them on the desktop.
     void setLinkHandler(std::function<void(const QUrl&)> handler);
 
@@ -59,4 +68,5 @@ private:
     std::shared_ptr<MailDocument> current;
     QString loadedHtml;
     int measuredHeight = 0;
+    int pageScroll = 0;
 };

@@ -342,6 +342,14 @@ void TestMailWebView::largeDocumentLoadsThroughOurScheme()
     QVERIFY(evaluate(view, QStringLiteral("document.getElementById('end') !== null")).toBool());
     QTRY_COMPARE(naturalWidth(view, QStringLiteral("logo")), 30);
     QVERIFY(view.contentHeight() > 10000);
+
+    // The reader gives it no more height than the engine can draw; the rest scrolls inside.
+    QCOMPARE(view.viewHeight(), MailWebView::maximumViewHeight);
+    QVERIFY(view.isTallerThanView() && !view.canScrollInside(-1) && view.canScrollInside(1));
+    QCOMPARE(view.scrollInside(700), 700);
+    QTRY_COMPARE(evaluate(view, QStringLiteral("window.scrollY")).toInt(), 700);
+    QCOMPARE(view.scrollInside(-1000), -700);
+    QTRY_COMPARE(evaluate(view, QStringLiteral("window.scrollY")).toInt(), 0);
 }
 
 void TestMailWebView::clickedLinksLeaveTheView_data()
