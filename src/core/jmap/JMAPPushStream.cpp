@@ -103,7 +103,9 @@ void JMAPPushStream::onMetaData(bool final)
         closeReply(true);
         return;
     }
-    if (code < 200 || code > 299) {
+    // "No Content" is how a server without push answers its event source: no stream, not a
+    // stream that opens and ends at once (which would count as a reconnect every time).
+    if (code < 200 || code > 299 || code == 204) {
         // The body of a failed event source is not read.
         finish(std::make_exception_ptr(JMAPError::http(code, QString())));
         closeReply(true);

@@ -150,6 +150,8 @@ void TestPushStream::refusedConnection_data()
     QTest::newRow("401") << 401 << JMAPError::unauthorized();
     QTest::newRow("403") << 403 << JMAPError::unauthorized();
     QTest::newRow("500 without its body") << 500 << JMAPError::http(500, "");
+    // A server without push answers its event source with no content at all.
+    QTest::newRow("204, no stream") << 204 << JMAPError::http(204, "");
 }
 
 void TestPushStream::refusedConnection()
