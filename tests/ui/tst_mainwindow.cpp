@@ -160,6 +160,16 @@ void TestMainWindow::accountTabConnectsAndFillsTheSidebar()
              QString("Saved in Keychain"));
     QVERIFY(settings->findChild<QPushButton*>("removeTokenButton")->isVisible());
     QCOMPARE(list->currentIndex().data().toString(), QString("Inbox"));
+    // The inbox chosen at connect is asked for once, though both the connection and the window
+    // answer the new selection.
+    const auto inboxPages = [this] {
+        int count = 0;
+        for (const RecordedRequest& request : network->batches())
+            count += request.body.contains(R"("inMailbox":"in")");
+        return count;
+    };
+    QTRY_VERIFY(!state->isLoadingList());
+    QCOMPARE(inboxPages(), 1);
     QCOMPARE(list->model()->index(4, 0).data(MailboxListModel::BadgeRole).toString(), QString("3"));
     screenshot(settings, "settings-account-connected");
     settings->hide();

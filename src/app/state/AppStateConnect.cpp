@@ -137,6 +137,7 @@ QCoro::Task<> AppState::connect()
     setIsConnected(true);
     setErrorMessage(std::nullopt);
 
+    const quint64 listGeneration = m_listGeneration;
     if (!mailbox(m_selectedMailboxId)) {
         if (const auto inbox = mailboxWithRole(QStringLiteral("inbox")))
             setSelectedMailboxId(inbox->id);
@@ -149,7 +150,10 @@ QCoro::Task<> AppState::connect()
     if (const auto sent = mailboxWithRole(QStringLiteral("sent")))
         learnRecipients(self, service, sent->id);
 
-    co_await fetchThreads(0, m_config.pageSize);
+    // The main window answers a new selection with mailboxChanged(), whose fetch of the first
+    // page is already on its way: a second one would only overtake it.
+    if (m_listGeneration == listGeneration)
+        co_await fetchThreads(0, m_config.pageSize);
     // A connect that started meanwhile owns the listener now.
     if (!self || m_service != service)
         co_return;
