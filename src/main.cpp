@@ -1,5 +1,6 @@
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
+#include "ui/desktop/Rendering.h"
 #include "ui/desktop/SingleInstance.h"
 #include "ui/main/KeyMonitor.h"
 #include "ui/main/MainWindow.h"
@@ -10,8 +11,9 @@
 
 int main(int argc, char** argv)
 {
-    // The web engine learns our URL schemes only before the application object exists.
+    // The web engine learns our URL schemes, and its renderer, before the application exists.
     MailWebView::registerSchemes();
+    Rendering::chooseForThisMachine();
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Veldrin"));
     QApplication::setApplicationDisplayName(QStringLiteral("Veldrin"));
