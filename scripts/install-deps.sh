@@ -16,7 +16,7 @@ packages=(
   cyrus-imapd cyrus-caldav cyrus-admin cyrus-clients sasl2-bin
   libsasl2-modules libsasl2-modules-db openssl ca-certificates python3
   fonts-dejavu-core breeze-icon-theme libqt6svg6 qt6-pdf-dev
-  xdotool
+  xdotool python3-xlib
   curl
 )
 $SUDO apt-get update -qq

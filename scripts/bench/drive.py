@@ -438,11 +438,12 @@ def measure_memory(args, screen, telemetry, results):
 
 
 def measure_push(args, screen, telemetry, results):
-    process, _ = launch(args, args.home + "-push", args.proxy_url)
+    process, started = launch(args, args.home + "-push", args.proxy_url)
     pid = process.pid
     try:
         wait_for(lambda: main_window(screen), 20)
-        wait_for(lambda: screen.has_text(LIST_FIRST_ROW), 30)
+        assert wait_for(lambda: screen.has_text(LIST_FIRST_ROW), 30), "no list through the proxy"
+        results["push_start_painted_s"] = time.monotonic() - started
         settle(pid, telemetry)
         time.sleep(5)
         cpu = tree_cpu_ns(pid)

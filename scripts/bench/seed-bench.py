@@ -135,6 +135,8 @@ def main():
     parser.add_argument("--user", required=True)
     parser.add_argument("--password", required=True)
     parser.add_argument("--conversations", type=int, default=420)
+    parser.add_argument("--extra-only", action="store_true",
+                        help="add only the conversations above the standard mix")
     args = parser.parse_args()
 
     imap = imaplib.IMAP4("127.0.0.1", args.port)
@@ -175,6 +177,11 @@ def main():
                        f"note-{i}@mail.example.org")
         append(when, raw)
         counts["conversations"] += 1
+
+    if args.extra_only:
+        imap.logout()
+        print(f"seed-bench: {counts['conversations']} conversations added")
+        return
 
     start = now - timedelta(days=120)
     kinds = ([("long", 12)] * 40 + [("mid", 7)] * 120 + [("short", 4)] * 150
