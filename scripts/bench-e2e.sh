@@ -23,6 +23,8 @@ cmake -S "$root" -B "$root/build-release" -G Ninja -DCMAKE_BUILD_TYPE=Release \
 cmake --build "$root/build-release" --target veldrin --parallel "$(nproc)"
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/veldrin-bench.XXXXXX")
+# Cyrus runs as its own user and must reach its folder inside.
+chmod 755 "$work"
 proxy_pid=""
 cleanup() {
     [ -n "$proxy_pid" ] && kill "$proxy_pid" 2>/dev/null || true
