@@ -27,6 +27,7 @@
 #include <QScrollBar>
 #include <QShowEvent>
 #include <QSplitter>
+#include <QTimer>
 #include <QToolBar>
 #include <QUndoStack>
 #include <QVBoxLayout>
@@ -275,4 +276,27 @@ void MainWindow::showEvent(QShowEvent* event)
     if (!focusWidget())
         m_threadList->list()->setFocus();
     m_state->start(m_composeWindows->opener());
+    warmUpWebEngine();
+}
+
+void MainWindow::warmUpWebEngine()
+{
+    // The first mail view starts the web engine, which costs a few times what a later view
+    // does. Once the first page of the list is on screen, a throwaway view pays that ahead of
+    // the first message opened.
+    if (m_warmedUp)
+        return;
+    m_warmedUp = true;
+    auto* once = new QObject(this);
+    const auto warm = [this, once] {
+        if (m_state->threads().isEmpty())
+            return;
+        delete once;
+        QTimer::singleShot(50, this, [this] {
+            auto* view = new MailWebView(this);
+            view->hide();
+            view->deleteLater();
+        });
+    };
+    QObject::connect(m_state, &AppState::threadsChanged, once, warm);
 }

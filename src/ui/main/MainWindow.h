@@ -58,6 +58,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void warmUpWebEngine();
     void buildToolBar();
     void showToolBarState();
     void moveFocusToPane();
@@ -82,4 +83,5 @@ private:
     FolderPickerView* m_picker = nullptr;
     QPropertyAnimation* m_readerScroll = nullptr;
     ComposeWindows* m_composeWindows;
+    bool m_warmedUp = false;
 };
