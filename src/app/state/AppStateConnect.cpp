@@ -157,5 +157,10 @@ QCoro::Task<> AppState::connect()
     // A connect that started meanwhile owns the listener now.
     if (!self || m_service != service)
         co_return;
+    // What is unread now is not news: the first check after a reset only learns it.
+    m_notifier->reset();
+    co_await checkForNewMail();
+    if (!self || m_service != service)
+        co_return;
     listenForChanges(service);
 }

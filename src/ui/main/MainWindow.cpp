@@ -102,6 +102,13 @@ MainWindow::MainWindow(AppState* state, QWidget* parent)
     services.undoStack = m_undoStack;
     services.scrollReader = [this](double pages, double lines) { scrollReader(pages, lines); };
     services.releaseFocus = [this] { releaseFocus(); };
+    services.raiseWindow = [this] {
+        // Out of the taskbar if minimised, without giving up a maximised or full-screen size.
+        setWindowState((windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
+        show();
+        raise();
+        activateWindow();
+    };
     state->setWindowServices(std::move(services));
 
     QObject::connect(state, &AppState::paneFocusRequestChanged, this, &MainWindow::moveFocusToPane);
