@@ -53,15 +53,21 @@ DesktopNotifications::DesktopNotifications(QDBusConnection bus, QObject* parent)
     askCapabilities();
 }
 
-void DesktopNotifications::forgetService()
+void DesktopNotifications::forgetService(const QString& /*name*/, const QString& oldOwner,
+                                         const QString& /*newOwner*/)
 {
-    ++m_serviceGeneration;
+    // The next notice asks the new service what it can do.
+    ++m_capabilitiesGeneration;
     m_capabilities.reset();
     m_isAsking = false;
-    m_ids.clear();
-    m_shown.clear();
-    m_sending.clear();
-    m_withdrawnWhileSending.clear();
+    if (!oldOwner.isEmpty()) {
+        // Notices of a service that went away are gone with it.
+        ++m_serviceGeneration;
+        m_ids.clear();
+        m_shown.clear();
+        m_sending.clear();
+        m_withdrawnWhileSending.clear();
+    }
     if (!m_waiting.isEmpty())
         askCapabilities();
 }
@@ -71,13 +77,13 @@ void DesktopNotifications::askCapabilities()
     if (m_isAsking || !m_bus.isConnected())
         return;
     m_isAsking = true;
-    const quint64 generation = m_serviceGeneration;
+    const quint64 generation = m_capabilitiesGeneration;
     auto* watcher =
         new QDBusPendingCallWatcher(m_bus.asyncCall(call(QStringLiteral("GetCapabilities"))), this);
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, this,
                      [this, generation](QDBusPendingCallWatcher* finished) {
                          finished->deleteLater();
-                         if (generation != m_serviceGeneration)
+                         if (generation != m_capabilitiesGeneration)
                              return;
                          const QDBusPendingReply<QStringList> reply = *finished;
                          m_isAsking = false;

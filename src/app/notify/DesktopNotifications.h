@@ -30,7 +30,7 @@ private Q_SLOTS:
 private:
     void askCapabilities();
     void send(const NotificationRequest& request);
-    void forgetService();
+    void forgetService(const QString& name, const QString& oldOwner, const QString& newOwner);
 
     QDBusConnection m_bus;
     QDBusServiceWatcher* m_watcher = nullptr;
@@ -45,6 +45,8 @@ private:
     // Notices sent whose id has not come back yet, and those of them withdrawn meanwhile.
     QSet<QString> m_sending;
     QSet<QString> m_withdrawnWhileSending;
-    // Bumped when the service goes away, so answers from the old one are dropped.
+    // Bumped when the service changes and when it goes away, so that answers from the old one
+    // are dropped.
+    quint64 m_capabilitiesGeneration = 0;
     quint64 m_serviceGeneration = 0;
 };
