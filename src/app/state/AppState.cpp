@@ -69,8 +69,8 @@ AppEnvironment AppEnvironment::standard(QNetworkAccessManager* network)
 AppState::AppState(AppEnvironment environment, QObject* parent)
     : QObject(parent), m_environment(std::move(environment)),
       m_maskedEmails(new MaskedEmailStore(this)), m_contacts(new ContactStore(this)),
-      m_notifier(new MailNotifier(m_environment.notifications, m_environment.isApplicationActive,
-                                  this))
+      m_notifier(
+          new MailNotifier(m_environment.notifications, m_environment.isApplicationActive, this))
 {
     try {
         m_config = m_environment.configStore.load();
