@@ -16,6 +16,4 @@ struct WindowServices
     std::function<void(double pages, double lines)> scrollReader;
     // Takes the keyboard away from text and list controls, unless it is inside a message body.
     std::function<void()> releaseFocus;
-    // Brings the main window to the front and gives it the keyboard.
-    std::function<void()> raiseWindow;
 };

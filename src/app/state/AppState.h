@@ -335,7 +335,12 @@ public:
     QCoro::Task<> checkForNewMail();
     // Brings the main window forward, for a click on a notice.
     void showMainWindow();
+    // Counts the requests to bring the main window to the front.
+    int windowRequest() const { return m_windowRequest; }
+Q_SIGNALS:
+    void windowRequestChanged();
 
+public:
     // The keyboard.
     // Decides what a key press means where it happened; true when it was consumed.
     bool handleKeyDown(const KeyBinding& binding, const KeyContext& context);
@@ -585,6 +590,7 @@ private:
 
     // New-mail notices and the launcher badge.
     MailNotifier* m_notifier = nullptr;
+    int m_windowRequest = 0;
     // The desktop shows a badge only once start() has run, and never in demo mode.
     bool m_showsBadge = false;
 };

@@ -10,8 +10,8 @@ QCoro::Task<> AppState::checkForNewMail()
 
 void AppState::showMainWindow()
 {
-    if (m_windowServices.raiseWindow)
-        m_windowServices.raiseWindow();
+    ++m_windowRequest;
+    Q_EMIT windowRequestChanged();
 }
 
 void AppState::updateBadge()

@@ -102,14 +102,14 @@ MainWindow::MainWindow(AppState* state, QWidget* parent)
     services.undoStack = m_undoStack;
     services.scrollReader = [this](double pages, double lines) { scrollReader(pages, lines); };
     services.releaseFocus = [this] { releaseFocus(); };
-    services.raiseWindow = [this] {
+    state->setWindowServices(std::move(services));
+    QObject::connect(state, &AppState::windowRequestChanged, this, [this] {
         // Out of the taskbar if minimised, without giving up a maximised or full-screen size.
         setWindowState((windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
         show();
         raise();
         activateWindow();
-    };
-    state->setWindowServices(std::move(services));
+    });
 
     QObject::connect(state, &AppState::paneFocusRequestChanged, this, &MainWindow::moveFocusToPane);
     QObject::connect(state, &AppState::searchFocusRequestChanged, this, [this] {

@@ -2,21 +2,12 @@
 #include "app/notify/DesktopNotifications.h"
 #include "app/notify/LauncherBadge.h"
 
-#include <QDBusConnection>
-#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 
 using namespace AsyncTest;
 
-namespace {
-
-const QString notificationsPath = QStringLiteral("/org/freedesktop/Notifications");
-const QString notificationsName = QStringLiteral("org.freedesktop.Notifications");
-
-} // namespace
-
-// A notification service of the test's own, on a connection of its own, that keeps every call
-// and plays the user's clicks. It also listens for the launcher's signal.
+// A notification service of the test's own on a bus connection of its own: it keeps every
+// notice and every close, plays the user's clicks, and hears the launcher's signal.
 class FakeNotificationServer : public QObject
 {
     Q_OBJECT
@@ -24,9 +15,7 @@ class FakeNotificationServer : public QObject
 public:
     struct Notice
     {
-        uint id = 0;
         QString appName;
-        uint replacesId = 0;
         QString summary;
         QString body;
         QStringList actions;
@@ -37,86 +26,76 @@ public:
     QList<uint> closed;
     QList<QVariantMap> launcher;
 
-    FakeNotificationServer(const QString& connectionName, QStringList caps)
+    FakeNotificationServer(const QString& connection, QStringList caps)
         : capabilities(std::move(caps)),
-          m_bus(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName))
+          m_bus(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connection))
     {
-        QVERIFY(m_bus.registerObject(notificationsPath, this, QDBusConnection::ExportAllSlots));
-        QVERIFY(m_bus.registerService(notificationsName));
-        QVERIFY(m_bus.connect(
-            QString(), QString(), QStringLiteral("com.canonical.Unity.LauncherEntry"),
-            QStringLiteral("Update"), this, SLOT(launcherUpdate(QString, QVariantMap))));
+        m_bus.registerObject("/org/freedesktop/Notifications", this,
+                             QDBusConnection::ExportAllSlots);
+        m_bus.registerService("org.freedesktop.Notifications");
+        m_bus.connect({}, {}, "com.canonical.Unity.LauncherEntry", "Update", this,
+                      SLOT(update(QString, QVariantMap)));
     }
-    ~FakeNotificationServer() override
-    {
-        m_bus.unregisterService(notificationsName);
-        QDBusConnection::disconnectFromBus(m_bus.name());
-    }
+    ~FakeNotificationServer() override { QDBusConnection::disconnectFromBus(m_bus.name()); }
 
-    void invoke(uint id, const QString& action)
+    // Ids count from 1 in the order of the notices.
+    void click(uint id, const QString& action)
     {
-        QDBusMessage signal = QDBusMessage::createSignal(notificationsPath, notificationsName,
-                                                         QStringLiteral("ActionInvoked"));
-        signal << id << action;
-        m_bus.send(signal);
+        QDBusMessage signal = QDBusMessage::createSignal(
+            "/org/freedesktop/Notifications", "org.freedesktop.Notifications", "ActionInvoked");
+        m_bus.send(signal << id << action);
     }
-    uint idOf(int index) const { return notices.at(index).id; }
 
 public Q_SLOTS:
     QStringList GetCapabilities() { return capabilities; }
-    uint Notify(const QString& appName, uint replacesId, const QString& /*icon*/,
-                const QString& summary, const QString& body, const QStringList& actions,
-                const QVariantMap& hints, int /*timeout*/)
+    uint Notify(const QString& appName, uint, const QString&, const QString& summary,
+                const QString& body, const QStringList& actions, const QVariantMap& hints, int)
     {
-        notices.append({++m_lastId, appName, replacesId, summary, body, actions, hints});
-        return m_lastId;
+        notices.append({appName, summary, body, actions, hints});
+        return uint(notices.size());
     }
     void CloseNotification(uint id) { closed.append(id); }
-    void launcherUpdate(const QString& uri, const QVariantMap& properties)
+    void update(const QString& uri, const QVariantMap& properties)
     {
-        if (uri == LauncherBadge::appUri)
+        if (uri == "application://veldrin.desktop")
             launcher.append(properties);
     }
 
 private:
     QDBusConnection m_bus;
-    uint m_lastId = 40;
 };
 
 class TestDesktopNotifications : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void init();
+    void init()
+    {
+        if (!QDBusConnection::sessionBus().isConnected())
+            QSKIP("No session bus: run under dbus-run-session");
+    }
     void noticesButtonsAndBadgeOnTheSessionBus();
     void aServiceWithoutButtonsStillGetsPlainNotices();
 };
 
-void TestDesktopNotifications::init()
-{
-    if (!QDBusConnection::sessionBus().isConnected())
-        QSKIP("No session bus: run under dbus-run-session");
-}
-
 void TestDesktopNotifications::noticesButtonsAndBadgeOnTheSessionBus()
 {
-    FakeNotificationServer service(QStringLiteral("service-1"), {"actions", "body", "body-markup"});
-    NotifyFixture f(std::make_shared<DesktopNotifications>(),
-                    [](qint64 count) { LauncherBadge::setCount(count); });
-    QJsonObject inbox = f.server.mailboxes.at(0).toObject();
-    inbox.insert("unreadThreads", 2);
-    f.server.mailboxes.replace(0, inbox);
+    FakeNotificationServer service("service-1", {"actions", "body", "body-markup"});
+    NotifyFixture f;
+    f.center = std::make_shared<DesktopNotifications>();
+    f.setBadgeCount = [](qint64 count) { LauncherBadge::setCount(count); };
+    f.setInboxUnread(2);
     auto state = f.started();
-    QTRY_VERIFY(!service.launcher.isEmpty() &&
-                service.launcher.constLast().value("count") == QVariant(qint64(2)));
+    QTRY_COMPARE(service.launcher.value(service.launcher.size() - 1),
+                 QVariantMap({{"count", qint64(2)}, {"count-visible", true}}));
     QCOMPARE(service.launcher.constLast().value("count").typeId(), QMetaType::LongLong);
-    QCOMPARE(service.launcher.constLast().value("count-visible"), QVariant(true));
 
     f.arrive("n1", "Ann Able", "<b>Lunch</b> & co", 30);
     f.arrive("n2", "Ben Bold", "Minutes", 20);
+    f.arrive("n3", "Cy Clear", "Agenda", 10);
     await(state->refresh());
-    QTRY_COMPARE(service.notices.size(), 2);
-    const FakeNotificationServer::Notice& first = service.notices.at(0);
+    QTRY_COMPARE(service.notices.size(), 3);
+    const auto& first = service.notices.at(0);
     QCOMPARE(first.appName, "Veldrin");
     QCOMPARE(first.summary, "Ann Able");
     // The service reads markup, so the mail's own text is escaped.
@@ -126,31 +105,22 @@ void TestDesktopNotifications::noticesButtonsAndBadgeOnTheSessionBus()
              QStringList({"default", "Open", "archive", "Archive", "markRead", "Mark as Read"}));
     QCOMPARE(first.hints.value("desktop-entry"), QVariant("veldrin"));
 
-    service.invoke(service.idOf(0), "archive");
+    service.click(1, "archive");
     QTRY_COMPARE(f.server.find("n1")->value("mailboxIds").toObject(),
                  QJsonObject({{"arch", true}}));
-    service.invoke(service.idOf(1), "markRead");
+    service.click(2, "markRead");
     QTRY_VERIFY(f.server.find("n2")->value("keywords")["$seen"].toBool());
-    QCOMPARE(f.raised, 0);
-
-    // A click on someone else's notice is not ours; a click on ours opens its thread.
-    service.invoke(7, "default");
-    f.arrive("n3", "Cy Clear", "Agenda", 10);
-    await(state->refresh());
-    QTRY_COMPARE(service.notices.size(), 3);
-    QCOMPARE(f.raised, 0);
-    service.invoke(service.idOf(2), "default");
-    QTRY_COMPARE(f.raised, 1);
+    service.click(3, "default");
+    QTRY_COMPARE(state->windowRequest(), 1);
     QCOMPARE(state->selectedThreadIds(), QSet<QString>{"t-n3"});
-
     // Reading the thread closes its notice.
     state->threadSelectionChanged();
-    QTRY_COMPARE(service.closed, QList<uint>{service.idOf(2)});
+    QTRY_COMPARE(service.closed, QList<uint>{3});
 }
 
 void TestDesktopNotifications::aServiceWithoutButtonsStillGetsPlainNotices()
 {
-    FakeNotificationServer service(QStringLiteral("service-2"), {"body"});
+    FakeNotificationServer service("service-2", {"body"});
     DesktopNotifications center;
     NotificationRequest request{"e1",
                                 "Ann Able",
@@ -168,10 +138,7 @@ void TestDesktopNotifications::aServiceWithoutButtonsStillGetsPlainNotices()
     request.identifier = "e2";
     center.post(request);
     center.withdraw({"e2"});
-    QTRY_COMPARE(service.closed, QList<uint>{service.idOf(1)});
-    center.withdraw({"e1"});
-    QTRY_COMPARE(service.closed.size(), 2);
-    QCOMPARE(service.closed.at(1), service.idOf(0));
+    QTRY_COMPARE(service.closed, QList<uint>{2});
 }
 
 QTEST_GUILESS_MAIN(TestDesktopNotifications)
