@@ -50,7 +50,12 @@ DesktopNotifications::DesktopNotifications(QDBusConnection bus, QObject* parent)
         new QDBusServiceWatcher(service, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     QObject::connect(m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
                      &DesktopNotifications::forgetService);
-    askCapabilities();
+    // On Wayland a window may only take the focus with the desktop's token, which the service
+    // sends just before it reports the click.
+    m_bus.connect(service, path, interface, QStringLiteral("ActivationToken"), this,
+                  SLOT(activationToken(uint, QString)));
+    // The service is asked about its capabilities with the first notice, not before: asking
+    // may start it.
 }
 
 void DesktopNotifications::forgetService(const QString& /*name*/, const QString& oldOwner,
@@ -176,6 +181,12 @@ void DesktopNotifications::actionInvoked(uint id, const QString& action)
     // A slot may withdraw the notice, which removes the entry: the signal gets a copy.
     const QVariantMap userInfo = shown->userInfo;
     Q_EMIT responded(action, userInfo);
+}
+
+void DesktopNotifications::activationToken(uint id, const QString& token)
+{
+    if (m_shown.contains(id) && !token.isEmpty())
+        qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
 }
 
 void DesktopNotifications::notificationClosed(uint id, uint /*reason*/)

@@ -25,6 +25,7 @@ public:
 
 private Q_SLOTS:
     void actionInvoked(uint id, const QString& action);
+    void activationToken(uint id, const QString& token);
     void notificationClosed(uint id, uint reason);
 
 private:
