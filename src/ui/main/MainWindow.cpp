@@ -105,7 +105,7 @@ MainWindow::MainWindow(AppState* state, QWidget* parent)
     state->setWindowServices(std::move(services));
     QObject::connect(state, &AppState::windowRequestChanged, this, [this] {
         // Out of the taskbar if minimised, without giving up a maximised or full-screen size.
-        setWindowState((windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
+        setWindowState(windowState() & ~Qt::WindowMinimized);
         show();
         raise();
         activateWindow();

@@ -110,10 +110,9 @@ void TestDesktopNotifications::noticesButtonsAndBadgeOnTheSessionBus()
                  QJsonObject({{"arch", true}}));
     service.click(2, "markRead");
     QTRY_VERIFY(f.server.find("n2")->value("keywords")["$seen"].toBool());
+    // A click opens the thread, and reading it closes its notice.
     service.click(3, "default");
-    QTRY_COMPARE(state->windowRequest(), 1);
-    QCOMPARE(state->selectedThreadIds(), QSet<QString>{"t-n3"});
-    // Reading the thread closes its notice.
+    QTRY_COMPARE(state->selectedThreadIds(), QSet<QString>{"t-n3"});
     state->threadSelectionChanged();
     QTRY_COMPARE(service.closed, QList<uint>{3});
 }
