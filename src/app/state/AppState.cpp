@@ -2,6 +2,8 @@
 
 #include "RefreshLoop.h"
 #include "app/demo/DemoData.h"
+#include "app/notify/DesktopNotifications.h"
+#include "app/notify/LauncherBadge.h"
 #include "config/Keychain.h"
 
 #include <QDBusConnection>
@@ -10,6 +12,7 @@
 #include <QDesktopServices>
 #include <QDir>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QStandardPaths>
 
 namespace {
@@ -52,12 +55,22 @@ AppEnvironment AppEnvironment::standard(QNetworkAccessManager* network)
         QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
         QStringLiteral("/Veldrin/Attachments");
     environment.downloadsDir = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
+    // Demo mode has no notices, and no count on the launcher.
+    if (!environment.demo) {
+        environment.notifications = std::make_shared<DesktopNotifications>();
+        environment.setBadgeCount = [](qint64 count) { LauncherBadge::setCount(count); };
+    }
+    environment.isApplicationActive = [] {
+        return QGuiApplication::applicationState() == Qt::ApplicationActive;
+    };
     return environment;
 }
 
 AppState::AppState(AppEnvironment environment, QObject* parent)
     : QObject(parent), m_environment(std::move(environment)),
-      m_maskedEmails(new MaskedEmailStore(this)), m_contacts(new ContactStore(this))
+      m_maskedEmails(new MaskedEmailStore(this)), m_contacts(new ContactStore(this)),
+      m_notifier(
+          new MailNotifier(m_environment.notifications, m_environment.isApplicationActive, this))
 {
     try {
         m_config = m_environment.configStore.load();
@@ -80,8 +93,11 @@ void AppState::setConfig(const AppConfig& config)
 {
     if (m_config == config)
         return;
+    const bool badgeChanged = m_config.showDockBadge != config.showDockBadge;
     m_config = config;
     Q_EMIT configChanged();
+    if (badgeChanged)
+        updateBadge();
 }
 
 void AppState::saveConfig()
@@ -132,6 +148,7 @@ void AppState::setMailboxes(const QList<Mailbox>& mailboxes)
         return;
     m_mailboxes = mailboxes;
     Q_EMIT mailboxesChanged();
+    updateBadge();
 }
 
 void AppState::setSelectedMailboxId(const std::optional<QString>& id)
@@ -222,6 +239,10 @@ void AppState::start(std::function<void(QUuid)> openCompose)
         composePendingLinks();
         return;
     }
+    m_notifier->start(this);
+    // Notices need no permission here, so the badge may show at once.
+    m_showsBadge = true;
+    updateBadge();
     // Started before connect: it sleeps first, and does nothing while there is no service.
     startRefreshLoop();
     runConnect(this);

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "app/compose/ComposeDraft.h"
+#include "app/notify/MailNotifier.h"
+#include "app/notify/NotificationCenter.h"
 #include "app/platform/WindowServices.h"
 #include "app/state/KeyContext.h"
 #include "app/state/ThreadCache.h"
@@ -77,6 +79,13 @@ struct AppEnvironment
     } timing;
     // How many messages one request of "Mark All as Read" marks.
     qint64 markAllReadBatchSize = 500;
+
+    // New-mail notices and the launcher badge. Without a centre no notices are posted and the
+    // unread inbox is not asked for; without a badge function no count is shown.
+    std::shared_ptr<NotificationCenter> notifications;
+    std::function<void(qint64 count)> setBadgeCount;
+    // Whether a Veldrin window is the active one: new mail is announced only when it is not.
+    std::function<bool()> isApplicationActive;
 
     // The real keychain, the settings file in the home directory, the desktop's file manager
     // and the user's cache and Downloads folders.
@@ -320,6 +329,18 @@ public:
     void open(const QList<QUrl>& urls);
     const std::optional<QList<MailtoLink>>& pendingLinks() const { return m_pendingLinks; }
 
+    // New-mail notices and the launcher badge.
+    MailNotifier* notifier() const { return m_notifier; }
+    // Runs the notifier's check on the inbox; nothing without a service or an inbox.
+    QCoro::Task<> checkForNewMail();
+    // Brings the main window forward, for a click on a notice.
+    void showMainWindow();
+    // Counts the requests to bring the main window to the front.
+    int windowRequest() const { return m_windowRequest; }
+Q_SIGNALS:
+    void windowRequestChanged();
+
+public:
     // The keyboard.
     // Decides what a key press means where it happened; true when it was consumed.
     bool handleKeyDown(const KeyBinding& binding, const KeyContext& context);
@@ -492,6 +513,9 @@ private:
     QCoro::Task<> loadPendingSends(QList<Email> emails, quint64 generation);
     void composePendingLinks();
 
+    // The launcher badge: the inbox's unread conversations, or 0 when the setting is off.
+    void updateBadge();
+
     AppEnvironment m_environment;
     AppConfig m_config;
     bool m_hasToken = false;
@@ -563,4 +587,10 @@ private:
     QHash<QString, PendingSubmission> m_pendingSends;
     std::optional<QList<MailtoLink>> m_pendingLinks = QList<MailtoLink>{};
     std::function<void(ComposeDraft*)> m_chooseAttachments;
+
+    // New-mail notices and the launcher badge.
+    MailNotifier* m_notifier = nullptr;
+    int m_windowRequest = 0;
+    // The desktop shows a badge only once start() has run, and never in demo mode.
+    bool m_showsBadge = false;
 };

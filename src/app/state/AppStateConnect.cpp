@@ -154,6 +154,11 @@ QCoro::Task<> AppState::connect()
     // page is already on its way: a second one would only overtake it.
     if (m_listGeneration == listGeneration)
         co_await fetchThreads(0, m_config.pageSize);
+    if (!self || m_service != service)
+        co_return;
+    // What is unread now is not news: the first check after a reset only learns it.
+    m_notifier->reset();
+    co_await checkForNewMail();
     // A connect that started meanwhile owns the listener now.
     if (!self || m_service != service)
         co_return;

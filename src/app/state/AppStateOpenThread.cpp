@@ -128,6 +128,9 @@ QCoro::Task<> AppState::loadOpenThread()
     setIsLoadingThread(false);
     loadPendingSends(answer, generation);
     prefetchThreads(*id);
+    // Reading a thread clears its notices.
+    const QSet<QString> read = idsOf(answer);
+    m_notifier->withdraw(QStringList(read.cbegin(), read.cend()));
     performPendingAction();
 
     // Only now, so that the list and the reader first show what was unread. A thread left

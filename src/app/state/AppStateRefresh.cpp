@@ -11,6 +11,9 @@ QCoro::Task<> AppState::refresh()
     co_await reloadMailboxes();
     if (!self)
         co_return;
+    co_await checkForNewMail();
+    if (!self)
+        co_return;
     // As many threads as are on show, so that a refresh does not shrink a scrolled list.
     co_await fetchThreads(0, std::max<qint64>(m_threads.size(), m_config.pageSize));
     if (!self)

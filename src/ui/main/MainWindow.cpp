@@ -103,6 +103,13 @@ MainWindow::MainWindow(AppState* state, QWidget* parent)
     services.scrollReader = [this](double pages, double lines) { scrollReader(pages, lines); };
     services.releaseFocus = [this] { releaseFocus(); };
     state->setWindowServices(std::move(services));
+    QObject::connect(state, &AppState::windowRequestChanged, this, [this] {
+        // Out of the taskbar if minimised, without giving up a maximised or full-screen size.
+        setWindowState(windowState() & ~Qt::WindowMinimized);
+        show();
+        raise();
+        activateWindow();
+    });
 
     QObject::connect(state, &AppState::paneFocusRequestChanged, this, &MainWindow::moveFocusToPane);
     QObject::connect(state, &AppState::searchFocusRequestChanged, this, [this] {
