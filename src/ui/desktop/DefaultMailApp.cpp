@@ -7,6 +7,7 @@
 #include <QLocale>
 #include <QPointer>
 #include <QProcess>
+#include <QStandardPaths>
 
 namespace {
 
@@ -40,8 +41,12 @@ QCoro::Task<std::optional<QByteArray>> run(QString program, QStringList argument
     QProcess process;
     process.setProcessChannelMode(QProcess::SeparateChannels);
     process.setStandardInputFile(QProcess::nullDevice());
+    // A missing program is found out here: a start that fails is not reported at once.
+    const QString path = QStandardPaths::findExecutable(program);
+    if (path.isEmpty())
+        co_return std::nullopt;
     auto coro = qCoro(process);
-    if (!co_await coro.start(program, arguments))
+    if (!co_await coro.start(path, arguments))
         co_return std::nullopt;
     if (!co_await coro.waitForFinished(timeout)) {
         process.kill();

@@ -157,8 +157,10 @@ void TestUpdater::check()
         QVERIFY(page.scheme() == "https");
         QVERIFY(page.path().endsWith(found));
     }
-    QVERIFY2(result.value->error.startsWith(message), qPrintable(result.value->error));
-    QCOMPARE(result.value->error.isEmpty(), message.isEmpty());
+    if (message.isEmpty())
+        QVERIFY2(result.value->error.isEmpty(), qPrintable(result.value->error));
+    else
+        QVERIFY2(result.value->error.startsWith(message), qPrintable(result.value->error));
 }
 
 void TestUpdater::compareVersions_data()
