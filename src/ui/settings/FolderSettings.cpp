@@ -9,8 +9,8 @@
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QPushButton>
 #include <QSignalBlocker>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 namespace {
@@ -53,7 +53,7 @@ FolderSettings::FolderSettings(AppState* state, QWidget* parent) : QWidget(paren
     header->addWidget(m_all);
     header->addWidget(m_none);
     column->addLayout(header);
-    QObject::connect(m_all, &QPushButton::clicked, this, [this] {
+    QObject::connect(m_all, &QToolButton::clicked, this, [this] {
         QStringList ids;
         for (const Mailbox& mailbox : m_state->mailboxes())
             ids.append(mailbox.id);
@@ -61,7 +61,7 @@ FolderSettings::FolderSettings(AppState* state, QWidget* parent) : QWidget(paren
         ids.removeDuplicates();
         setHideWhenEmpty(ids);
     });
-    QObject::connect(m_none, &QPushButton::clicked, this, [this] { setHideWhenEmpty({}); });
+    QObject::connect(m_none, &QToolButton::clicked, this, [this] { setHideWhenEmpty({}); });
 
     m_noFolders = SettingsForm::footnote(tr("Connect an account to see its folders."), this);
     m_noFolders->setForegroundRole(QPalette::WindowText);

@@ -7,7 +7,7 @@ class AppState;
 class QCheckBox;
 class QComboBox;
 class QLabel;
-class QPushButton;
+class QToolButton;
 class QVBoxLayout;
 
 // The Folders tab: where "Move to Spam" files mail, and which folders hide while empty.
@@ -18,8 +18,8 @@ public:
     explicit FolderSettings(AppState* state, QWidget* parent = nullptr);
 
     QComboBox* spamPicker() const { return m_spam; }
-    QPushButton* allButton() const { return m_all; }
-    QPushButton* noneButton() const { return m_none; }
+    QToolButton* allButton() const { return m_all; }
+    QToolButton* noneButton() const { return m_none; }
     // The "Hide when empty" toggle of a mailbox; null when it has none.
     QCheckBox* hideToggle(const QString& mailboxId) const;
 
@@ -33,8 +33,8 @@ private:
 
     AppState* m_state;
     QComboBox* m_spam;
-    QPushButton* m_all;
-    QPushButton* m_none;
+    QToolButton* m_all;
+    QToolButton* m_none;
     QLabel* m_noFolders;
     QWidget* m_rows;
     QVBoxLayout* m_rowLayout;

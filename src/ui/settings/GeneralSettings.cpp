@@ -10,8 +10,8 @@
 #include <QDir>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QPushButton>
 #include <QSignalBlocker>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 GeneralSettings::GeneralSettings(AppState* state, Updater* updater, QWidget* parent)
@@ -80,18 +80,21 @@ GeneralSettings::GeneralSettings(AppState* state, Updater* updater, QWidget* par
     auto* fileRow = new QHBoxLayout();
     auto* fileLabel = new QLabel(tr("Location:"), this);
     const QString path = QDir::toNativeSeparators(state->configStore().path());
-    m_configFile = SettingsForm::linkButton(path, this);
+    // A long path loses its middle; the whole of it is in the accessible name.
+    m_configFile = SettingsForm::linkButton(QString(), this);
+    m_configFile->setText(m_configFile->fontMetrics().elidedText(path, Qt::ElideMiddle, 360));
     m_configFile->setObjectName(QStringLiteral("configFileButton"));
     m_configFile->setToolTip(tr("Show in File Manager"));
     m_configFile->setAccessibleName(tr("Config file %1").arg(path));
     fileLabel->setBuddy(m_configFile);
     fileRow->addWidget(fileLabel);
-    fileRow->addWidget(m_configFile, 1);
+    fileRow->addWidget(m_configFile);
+    fileRow->addStretch(1);
     column->addLayout(fileRow);
     column->addWidget(
         SettingsForm::footnote(tr("Edits to the file are picked up on the next launch."), this));
     column->addStretch(1);
-    QObject::connect(m_configFile, &QPushButton::clicked, this,
+    QObject::connect(m_configFile, &QToolButton::clicked, this,
                      [this] { m_state->revealConfigFile(); });
 
     // Other windows change some of these too (the View menu's toggles).

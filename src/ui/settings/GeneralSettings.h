@@ -8,7 +8,7 @@
 class AppState;
 class DefaultMailAppSection;
 class QCheckBox;
-class QPushButton;
+class QToolButton;
 class Stepper;
 class Updater;
 
@@ -23,7 +23,7 @@ public:
 
     DefaultMailAppSection* defaultMailApp() const { return m_defaultMailApp; }
     QCheckBox* automaticUpdates() const { return m_automaticUpdates; }
-    QPushButton* configFileButton() const { return m_configFile; }
+    QToolButton* configFileButton() const { return m_configFile; }
 
 private:
     struct Toggle
@@ -48,5 +48,5 @@ private:
     QList<Step> m_steppers;
     DefaultMailAppSection* m_defaultMailApp;
     QCheckBox* m_automaticUpdates = nullptr;
-    QPushButton* m_configFile;
+    QToolButton* m_configFile;
 };

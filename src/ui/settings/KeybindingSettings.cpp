@@ -31,7 +31,7 @@ KeybindingSettings::KeybindingSettings(AppState* state, QWidget* parent)
     });
 
     auto* grid = new QGridLayout();
-    grid->setHorizontalSpacing(10);
+    grid->setHorizontalSpacing(8);
     grid->setVerticalSpacing(4);
     grid->setColumnStretch(1, 1);
     int row = 0;
@@ -46,7 +46,7 @@ KeybindingSettings::KeybindingSettings(AppState* state, QWidget* parent)
         field->setObjectName(QStringLiteral("key:") + action.rawValue());
         field->setAccessibleName(tr("Key for %1").arg(action.title()));
         field->setPlaceholderText(tr("No key"));
-        field->setFixedWidth(130);
+        field->setFixedWidth(120);
         field->installEventFilter(this);
         title->setBuddy(field);
         grid->addWidget(title, row, 0);
@@ -128,7 +128,8 @@ void KeybindingSettings::showConfig()
         } else {
             note->setText(binding ? binding->display() : QString());
         }
+        // A warning in its own colour; the plain reading of the key in the secondary one.
         note->setStyleSheet(color.isEmpty() ? QString() : QStringLiteral("color: %1;").arg(color));
-        note->setForegroundRole(QPalette::PlaceholderText);
+        note->setForegroundRole(color.isEmpty() ? QPalette::PlaceholderText : QPalette::WindowText);
     }
 }

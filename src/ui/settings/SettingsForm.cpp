@@ -3,6 +3,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 namespace SettingsForm {
@@ -18,7 +19,7 @@ QVBoxLayout* scrollingColumn(QWidget* page)
     auto* content = new QWidget(scroll);
     content->setBackgroundRole(QPalette::Window);
     auto* column = new QVBoxLayout(content);
-    column->setContentsMargins(14, 12, 14, 12);
+    column->setContentsMargins(10, 10, 10, 10);
     column->setSpacing(6);
     scroll->setWidget(content);
     outer->addWidget(scroll);
@@ -44,10 +45,13 @@ QLabel* footnote(const QString& text, QWidget* parent)
     return label;
 }
 
-QPushButton* linkButton(const QString& text, QWidget* parent)
+QToolButton* linkButton(const QString& text, QWidget* parent)
 {
-    QPushButton* result = button(text, parent);
-    result->setFlat(true);
+    auto* result = new QToolButton(parent);
+    result->setText(text);
+    result->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    result->setAutoRaise(true);
+    result->setFocusPolicy(Qt::StrongFocus);
     result->setCursor(Qt::PointingHandCursor);
     QPalette palette = result->palette();
     palette.setColor(QPalette::ButtonText, palette.color(QPalette::Link));

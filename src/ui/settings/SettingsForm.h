@@ -5,6 +5,7 @@
 class QBoxLayout;
 class QLabel;
 class QPushButton;
+class QToolButton;
 class QScrollArea;
 class QVBoxLayout;
 class QWidget;
@@ -19,9 +20,9 @@ QVBoxLayout* scrollingColumn(QWidget* page);
 QLabel* header(const QString& text, QWidget* parent);
 // Explanatory text under a section, wrapped, in the secondary colour.
 QLabel* footnote(const QString& text, QWidget* parent);
-// A flat button drawn like a link. Return does not press it unless it has the focus, since it
-// is never a default button.
-QPushButton* linkButton(const QString& text, QWidget* parent);
+// A flat button drawn like a link, as wide as its text. It is never a default button, so
+// Return elsewhere does not press it.
+QToolButton* linkButton(const QString& text, QWidget* parent);
 // A plain button that never becomes the window's default.
 QPushButton* button(const QString& text, QWidget* parent);
 // The space between two sections.

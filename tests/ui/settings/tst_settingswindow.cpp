@@ -1,6 +1,7 @@
 #include "AppTestEnvironment.h"
 #include "FakeNetwork.h"
 #include "app/state/AppState.h"
+#include "ui/desktop/Icons.h"
 #include "ui/desktop/Updater.h"
 #include "ui/main/MainMenus.h"
 #include "ui/main/MainWindow.h"
@@ -20,9 +21,12 @@
 #include <QLineEdit>
 #include <QNetworkAccessManager>
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QToolButton>
 
 namespace {
 
@@ -64,6 +68,7 @@ class TestSettingsWindow : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void initTestCase();
     void init();
     void tabs();
     void togglesWriteTheirKeys_data();
@@ -87,6 +92,11 @@ private:
     MemorySecretStore keychain;
     QStringList revealed;
 };
+
+void TestSettingsWindow::initTestCase()
+{
+    Icons::useFallbackTheme();
+}
 
 void TestSettingsWindow::init()
 {
@@ -256,8 +266,8 @@ void TestSettingsWindow::configFileAndUpdates()
     SettingsWindow settings(state.get(), nullptr, &updater);
     settings.show();
 
-    QPushButton* path = settings.general()->configFileButton();
-    QCOMPARE(path->text(), QDir::toNativeSeparators(configPath()));
+    QToolButton* path = settings.general()->configFileButton();
+    QVERIFY(path->accessibleName().endsWith(QDir::toNativeSeparators(configPath())));
     QTest::mouseClick(path, Qt::LeftButton);
     QCOMPARE(revealed, QStringList{configPath()});
 
@@ -489,7 +499,7 @@ void TestSettingsWindow::screenshots()
     Updater::Options options;
     options.feed = QUrl("http://127.0.0.1:9/appcast.xml");
     options.currentVersion = "1.0";
-    options.stateFile = home.filePath("updater.ini");
+    options.stateFile = home.filePath("screenshots-updater.ini");
     Updater updater(options, &web);
     SettingsWindow settings(state.get(), nullptr, &updater);
     settings.show();
@@ -500,6 +510,11 @@ void TestSettingsWindow::screenshots()
         QTest::qWait(200);
         screenshot(&settings, "settings-" + names[i]);
     }
+    // The end of General: the updates and where the settings file is.
+    settings.tabs()->setCurrentIndex(0);
+    QScrollBar* bar = settings.general()->findChild<QScrollArea*>()->verticalScrollBar();
+    bar->setValue(bar->maximum());
+    screenshot(&settings, "settings-general-end");
 }
 
 QTEST_MAIN(TestSettingsWindow)
