@@ -19,6 +19,7 @@
 #include <QJsonDocument>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QNetworkAccessManager>
 #include <QPushButton>
 #include <QScrollArea>
@@ -81,6 +82,7 @@ private Q_SLOTS:
     void keybindingNotes_data();
     void keybindingNotes();
     void keyChangesShowAtOnce();
+    void checkForUpdatesMenuItem();
     void screenshots();
 
 private:
@@ -483,6 +485,36 @@ void TestSettingsWindow::keyChangesShowAtOnce()
          it != AppConfig::defaultKeybindings().cend(); ++it)
         defaults.insert(it.key(), it.value());
     QCOMPARE(file().value("keybindings").toObject(), defaults);
+}
+
+void TestSettingsWindow::checkForUpdatesMenuItem()
+{
+    // Only a build with an update feed has the item; it is greyed while a check runs, and a
+    // check the user asked for always answers.
+    auto state = makeState();
+    MainWindow window(state.get());
+    QVERIFY(!window.menus()->checkForUpdatesAction());
+    QVERIFY(!window.settingsWindow()->general()->automaticUpdates());
+
+    QNetworkAccessManager web;
+    Updater::Options options;
+    options.feed = QUrl("http://127.0.0.1:9/appcast.xml"); // nothing listens there
+    options.currentVersion = "1.0";
+    options.stateFile = home.filePath("menu-updater.ini");
+    Updater updater(options, &web);
+    MainWindow withUpdates(state.get());
+    withUpdates.setUpdater(&updater);
+    withUpdates.show();
+    QAction* item = withUpdates.menus()->checkForUpdatesAction();
+    QCOMPARE(item->text(), QString("Check for Updates…"));
+    QVERIFY(item->isEnabled());
+    item->trigger();
+    QVERIFY(!item->isEnabled());
+    QTRY_VERIFY(item->isEnabled());
+    QMessageBox* alert = withUpdates.findChild<QMessageBox*>();
+    QTRY_VERIFY(alert && alert->isVisible());
+    QCOMPARE(alert->text(), QString("Veldrin could not check for updates."));
+    QVERIFY(alert->informativeText().startsWith("The update feed could not be read: "));
 }
 
 void TestSettingsWindow::screenshots()
