@@ -93,10 +93,21 @@ QCheckBox* FolderSettings::hideToggle(const QString& mailboxId) const
 void FolderSettings::rebuild()
 {
     const QList<MailboxNode> folders = allFolders(m_state);
+    // Every refresh brings new counts; the rows are only made anew when what they show
+    // changed, so that the focus and the open picker survive a refresh.
+    QStringList shape;
+    const auto junk = m_state->mailboxWithRole(QStringLiteral("junk"));
+    shape << (junk ? junk->name : QString());
+    for (const MailboxNode& node : folders)
+        shape << node.mailbox.id << node.mailbox.name << QString::number(node.depth);
+    if (shape == m_shape && !m_toggles.isEmpty()) {
+        showConfig();
+        return;
+    }
+    m_shape = shape;
     {
         const QSignalBlocker blocker(m_spam);
         m_spam->clear();
-        const auto junk = m_state->mailboxWithRole(QStringLiteral("junk"));
         m_spam->addItem(junk ? tr("%1 (default)").arg(junk->name) : tr("Default"), QString());
         m_spam->insertSeparator(1);
         for (const MailboxNode& node : folders)
@@ -112,7 +123,9 @@ void FolderSettings::rebuild()
         auto* row = new QWidget(m_rows);
         auto* rowLayout = new QHBoxLayout(row);
         rowLayout->setContentsMargins(14 * node.depth, 0, 0, 0);
-        auto* box = new QCheckBox(node.mailbox.name, row);
+        // A folder's name is not a mnemonic: "Bills & Taxes" keeps its "&".
+        auto* box =
+            new QCheckBox(QString(node.mailbox.name).replace(u'&', QStringLiteral("&&")), row);
         box->setObjectName(QStringLiteral("hide:") + node.mailbox.id);
         box->setAccessibleDescription(tr("Hide when empty"));
         rowLayout->addWidget(box);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QList>
+#include <QStringList>
 #include <QWidget>
 
 class AppState;
@@ -39,4 +40,6 @@ private:
     QWidget* m_rows;
     QVBoxLayout* m_rowLayout;
     QList<std::pair<QString, QCheckBox*>> m_toggles;
+    // What the rows were made from: the junk folder's name, then id, name and depth of each.
+    QStringList m_shape;
 };

@@ -36,7 +36,8 @@ KeybindingSettings::KeybindingSettings(AppState* state, QWidget* parent)
     grid->setColumnStretch(1, 1);
     int row = 0;
     for (MailAction action : MailAction::allCases()) {
-        auto* title = new QLabel(action.title(), this);
+        // A label with a buddy reads "&" as a mnemonic: "Send & Archive" must keep it.
+        auto* title = new QLabel(QString(action.title()).replace(u'&', QStringLiteral("&&")), this);
         title->setTextFormat(Qt::PlainText);
         auto* note = new QLabel(this);
         note->setObjectName(QStringLiteral("note:") + action.rawValue());
