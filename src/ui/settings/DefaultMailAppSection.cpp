@@ -14,15 +14,12 @@ DefaultMailAppSection::DefaultMailAppSection(QWidget* parent)
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(6);
-    QLabel* title = SettingsForm::header(tr("Default email app"), this);
-    column->addWidget(title);
+    column->addWidget(SettingsForm::header(tr("Default email app"), this));
 
     auto* row = new QHBoxLayout();
     m_value = new QLabel(this);
     m_value->setObjectName(QStringLiteral("defaultAppName"));
     m_value->setTextFormat(Qt::PlainText);
-    m_value->setAccessibleName(tr("Default email app"));
-    title->setBuddy(m_value);
     m_makeDefault = SettingsForm::button(tr("Make Veldrin the Default"), this);
     m_makeDefault->setObjectName(QStringLiteral("makeDefaultButton"));
     row->addWidget(m_value, 1);
@@ -57,6 +54,8 @@ void DefaultMailAppSection::showState()
         m_value->setText(m_service->displayName());
     else
         m_value->setText(tr("None"));
+    // Read out with what it is about, since the title stands apart.
+    m_value->setAccessibleName(tr("Default email app: %1").arg(m_value->text()));
     m_value->setForegroundRole(isVeldrin ? QPalette::WindowText : QPalette::PlaceholderText);
     m_makeDefault->setVisible(!isVeldrin);
     m_makeDefault->setEnabled(!m_service->isChanging());

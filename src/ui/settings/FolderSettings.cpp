@@ -64,6 +64,7 @@ FolderSettings::FolderSettings(AppState* state, QWidget* parent) : QWidget(paren
     QObject::connect(m_none, &QToolButton::clicked, this, [this] { setHideWhenEmpty({}); });
 
     m_noFolders = SettingsForm::footnote(tr("Connect an account to see its folders."), this);
+    m_noFolders->setObjectName(QStringLiteral("noFolders"));
     m_noFolders->setForegroundRole(QPalette::WindowText);
     column->addWidget(m_noFolders);
     m_rows = new QWidget(this);

@@ -129,6 +129,7 @@ void KeybindingSettings::showConfig()
         } else {
             note->setText(binding ? binding->display() : QString());
         }
+        field->setAccessibleDescription(note->text());
         // A warning in its own colour; the plain reading of the key in the secondary one.
         note->setStyleSheet(color.isEmpty() ? QString() : QStringLiteral("color: %1;").arg(color));
         note->setForegroundRole(color.isEmpty() ? QPalette::PlaceholderText : QPalette::WindowText);
