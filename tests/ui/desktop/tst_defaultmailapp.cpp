@@ -84,14 +84,17 @@ void TestDefaultMailApp::queryChangeAndRefusal()
     QVERIFY(section.makeDefaultButton()->isVisible());
     QVERIFY(!section.caption()->isVisible());
 
-    // Refusal: the desktop cannot be asked at all (no xdg-mime on this PATH). The shown name
-    // is still what the desktop said before.
+    // Refusal: the desktop cannot be asked at all (no xdg-mime on this PATH).
     service->program = root.filePath("bin/xdg-mime");
     QTest::mouseClick(section.makeDefaultButton(), Qt::LeftButton);
     QTRY_VERIFY(service->failed());
     QVERIFY(section.caption()->isVisible());
     QCOMPARE(section.caption()->text(),
              QString("The desktop did not change the default email app."));
+    if (const QString shots = qEnvironmentVariable("VELDRIN_SCREENSHOTS"); !shots.isEmpty()) {
+        section.resize(480, section.sizeHint().height());
+        section.grab().save(QDir(shots).filePath("settings-default-app-refused.png"));
+    }
 
     // Change: the failure text goes with the next attempt that works, and the name shown is
     // what the desktop now says.
