@@ -17,7 +17,7 @@ packages=(
   libsasl2-modules libsasl2-modules-db openssl ca-certificates python3
   fonts-dejavu-core breeze-icon-theme libqt6svg6 qt6-pdf-dev
   xdotool python3-xlib
-  curl
+  curl xdg-utils
 )
 $SUDO apt-get update -qq
 $SUDO apt-get install -y -qq --no-install-recommends "${packages[@]}"

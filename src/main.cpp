@@ -2,6 +2,7 @@
 #include "ui/desktop/Icons.h"
 #include "ui/desktop/Rendering.h"
 #include "ui/desktop/SingleInstance.h"
+#include "ui/desktop/Updater.h"
 #include "ui/main/KeyMonitor.h"
 #include "ui/main/MainWindow.h"
 #include "ui/web/MailWebView.h"
@@ -34,7 +35,11 @@ int main(int argc, char** argv)
     environment.installKeyMonitor = [&started] { KeyMonitor::install(started); };
     AppState state(std::move(environment));
     started = &state;
+    // Only builds that name an update feed have an updater.
+    const std::unique_ptr<Updater> updater = Updater::standard(&network);
     MainWindow window(&state);
+    if (updater)
+        window.setUpdater(updater.get());
     // mailto: links come as arguments, ours at start and a second launch's through the socket.
     const auto links = [](const QStringList& arguments) {
         QList<QUrl> urls;

@@ -112,6 +112,8 @@ public:
     const ConfigStore& configStore() const { return m_environment.configStore; }
     // Writes the settings file; a failure shows in the error bar and the settings stay.
     void saveConfig();
+    // Shows the settings file in the desktop's file manager.
+    void revealConfigFile();
 
     // The keychain, as Settings uses it.
     bool saveToken(const QString& token) { return m_environment.saveToken(token); }

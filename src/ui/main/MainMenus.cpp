@@ -3,6 +3,7 @@
 #include "MainWindow.h"
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
+#include "ui/desktop/Updater.h"
 
 #include <QAbstractSpinBox>
 #include <QApplication>
@@ -93,6 +94,7 @@ MainMenus::MainMenus(AppState* state, MainWindow* window, QUndoStack* undoStack)
     m_maskedEmail = windows->addAction(tr("Masked Email"));
 
     QMenu* help = bar->addMenu(tr("&Help"));
+    m_helpMenu = help;
     QAction* shortcuts = addMailAction(help, MailAction::ShowShortcuts);
     shortcuts->setIcon(Icons::icon(QStringLiteral("keyboard")));
     help->addSeparator();
@@ -101,6 +103,21 @@ MainMenus::MainMenus(AppState* state, MainWindow* window, QUndoStack* undoStack)
 
     QObject::connect(state, &AppState::configChanged, this, &MainMenus::showState);
     showState();
+}
+
+QAction* MainMenus::addUpdater(Updater* updater)
+{
+    m_helpMenu->addSeparator();
+    m_checkForUpdates =
+        m_helpMenu->addAction(tr("Check for Updates…"), updater, &Updater::checkForUpdates);
+    m_checkForUpdates->setObjectName(QStringLiteral("checkForUpdates"));
+    // Greyed while a check runs.
+    const auto follow = [this, updater] {
+        m_checkForUpdates->setEnabled(updater->canCheckForUpdates());
+    };
+    QObject::connect(updater, &Updater::canCheckForUpdatesChanged, m_checkForUpdates, follow);
+    follow();
+    return m_checkForUpdates;
 }
 
 const QList<QList<MailAction>>& MainMenus::groups()

@@ -12,6 +12,7 @@ class QAction;
 class QMenu;
 class QMenuBar;
 class QUndoStack;
+class Updater;
 
 // The main window's menu bar. The mail keys are not real shortcuts: a plain letter would steal
 // the key from every text field. Their items show the key after a tab, where Qt draws the
@@ -38,6 +39,10 @@ public:
     QAction* feedbackAction() const { return m_feedback; }
     QMenu* messageMenu() const { return m_messageMenu; }
 
+    // "Check for Updates…" in the Help menu, for builds with an updater.
+    QAction* addUpdater(Updater* updater);
+    QAction* checkForUpdatesAction() const { return m_checkForUpdates; }
+
 private:
     QAction* addMailAction(QMenu* menu, MailAction action);
     void showState();
@@ -53,4 +58,6 @@ private:
     QAction* m_maskedEmail = nullptr;
     QAction* m_feedback = nullptr;
     QMenu* m_messageMenu = nullptr;
+    QMenu* m_helpMenu = nullptr;
+    QAction* m_checkForUpdates = nullptr;
 };

@@ -10,6 +10,7 @@
 #include "Toast.h"
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
+#include "ui/desktop/UpdateAlert.h"
 #include "ui/reader/AttachmentPreview.h"
 #include "ui/reader/MessageView.h"
 #include "ui/reader/RawMessageView.h"
@@ -264,8 +265,20 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* event)
 SettingsWindow* MainWindow::settingsWindow()
 {
     if (!m_settings)
-        m_settings = new SettingsWindow(m_state, this);
+        m_settings = new SettingsWindow(m_state, this, m_updater);
     return m_settings;
+}
+
+void MainWindow::setUpdater(Updater* updater)
+{
+    m_updater = updater;
+    m_menus->addUpdater(updater);
+    new UpdateAlert(updater, this);
+}
+
+Updater* MainWindow::updater() const
+{
+    return m_updater;
 }
 
 void MainWindow::showSettings()

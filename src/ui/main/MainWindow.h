@@ -18,6 +18,7 @@ class QUndoStack;
 class ShortcutsOverlay;
 class ToastView;
 class SettingsWindow;
+class Updater;
 class SidebarView;
 class QSplitter;
 class AttachmentPreview;
@@ -53,6 +54,10 @@ public:
     SettingsWindow* settingsWindow();
     void showSettings();
 
+    // Builds that name an update feed: the menu item, the alert and the Settings section.
+    void setUpdater(Updater* updater);
+    Updater* updater() const;
+
 protected:
     void showEvent(QShowEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -84,4 +89,5 @@ private:
     QPropertyAnimation* m_readerScroll = nullptr;
     ComposeWindows* m_composeWindows;
     bool m_warmedUp = false;
+    QPointer<Updater> m_updater;
 };

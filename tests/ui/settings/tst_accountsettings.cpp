@@ -10,6 +10,7 @@
 #include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -87,6 +88,7 @@ void TestAccountSettings::returnKey()
     SettingsWindow settings(state.get());
     settings.show();
     QVERIFY(QTest::qWaitForWindowExposed(&settings));
+    settings.tabs()->setCurrentWidget(settings.account());
     QTest::keyClicks(settings.findChild<QLineEdit*>("tokenField"), typed);
     auto* target = settings.findChild<QWidget*>(focus);
     QVERIFY(target->isVisible());
@@ -106,6 +108,7 @@ void TestAccountSettings::firstConnectToEndClearsConnecting()
     SettingsWindow settings(state.get());
     settings.show();
     QVERIFY(QTest::qWaitForWindowExposed(&settings));
+    settings.tabs()->setCurrentWidget(settings.account());
     auto* progress = settings.findChild<QProgressBar*>();
     QTest::mouseClick(settings.account()->saveButton(), Qt::LeftButton);
     QVERIFY(progress->isVisible());
@@ -136,6 +139,7 @@ void TestAccountSettings::sessionUrlSetByAssistiveTechnologyIsSaved()
     SettingsWindow settings(state.get());
     settings.show();
     QVERIFY(QTest::qWaitForWindowExposed(&settings));
+    settings.tabs()->setCurrentWidget(settings.account());
     auto* field = settings.findChild<QLineEdit*>("sessionUrlField");
     QTest::keyClicks(field, "x"); // a typed edit first, which the new text replaces
     QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(field);

@@ -1,0 +1,7 @@
+#include "AppState.h"
+
+void AppState::revealConfigFile()
+{
+    if (m_environment.revealFile)
+        m_environment.revealFile(m_environment.configStore.path());
+}
