@@ -24,6 +24,8 @@ class AttachmentPreview;
 class RawMessageView;
 class ThreadDetailView;
 class ComposeWindows;
+class ContactsWindow;
+class MaskedEmailWindow;
 class ThreadListView;
 
 // The main window: mailboxes, the thread list and the reader side by side, the error bar
@@ -52,6 +54,12 @@ public:
     // The settings window, made on first use.
     SettingsWindow* settingsWindow();
     void showSettings();
+
+    // The directory windows, each made on first use (MainWindowDirectory.cpp).
+    ContactsWindow* contactsWindow();
+    MaskedEmailWindow* maskedEmailWindow();
+    void showContacts();
+    void showMaskedEmail();
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -84,4 +92,6 @@ private:
     QPropertyAnimation* m_readerScroll = nullptr;
     ComposeWindows* m_composeWindows;
     bool m_warmedUp = false;
+    QPointer<ContactsWindow> m_contactsWindow;
+    QPointer<MaskedEmailWindow> m_maskedEmailWindow;
 };
