@@ -76,6 +76,7 @@ DirectoryWindow::DirectoryWindow(AppState* state, DirectoryStore* store, const Q
     m_errorBar = new DirectoryErrorBar(store, central);
     m_stack = new QStackedWidget(central);
     m_empty = new DirectoryEmptyState(m_stack);
+    m_stack->addWidget(m_empty);
     layout->addWidget(m_errorBar);
     layout->addWidget(m_stack, 1);
     setCentralWidget(central);

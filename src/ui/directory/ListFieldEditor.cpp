@@ -89,6 +89,7 @@ void ListFieldEditor::rebuild(int focusRow)
         layout->addWidget(remove);
         layout->addWidget(add);
         m_layout->addWidget(widget);
+        widget->show();
         connect(field, &QLineEdit::textEdited, this, [this, field](const QString& text) {
             for (int at = 0; at < m_rows.size(); ++at)
                 if (m_rows.at(at).field == field)
