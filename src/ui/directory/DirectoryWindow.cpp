@@ -166,8 +166,12 @@ void DirectoryWindow::copy(const QString& text)
 void DirectoryWindow::showEvent(QShowEvent* event)
 {
     QMainWindow::showEvent(event);
-    if (!event->spontaneous())
-        load();
+    if (event->spontaneous())
+        return;
+    load();
+    // The rows take the keys first, as in the main window's list.
+    if (m_table && !m_table->hasFocus() && !m_search->hasFocus())
+        m_table->setFocus(Qt::ActiveWindowFocusReason);
 }
 
 bool DirectoryWindow::eventFilter(QObject* watched, QEvent* event)

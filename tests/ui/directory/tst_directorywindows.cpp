@@ -4,6 +4,7 @@
 #include "app/demo/DemoData.h"
 #include "app/state/AppState.h"
 #include "jmap/Errors.h"
+#include "ui/desktop/Icons.h"
 #include "ui/directory/ContactEditor.h"
 #include "ui/directory/ContactTableModel.h"
 #include "ui/directory/ContactsWindow.h"
@@ -99,6 +100,7 @@ class TestDirectoryWindows : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void initTestCase() { Icons::useFallbackTheme(); }
     void init();
     void contactSearchNeedsEveryWord_data();
     void contactSearchNeedsEveryWord();
