@@ -85,6 +85,11 @@ DirectoryWindow::DirectoryWindow(AppState* state, DirectoryStore* store, const Q
     connect(store, &DirectoryStore::hasLoadedChanged, this, &DirectoryWindow::refreshState);
     connect(store, &DirectoryStore::itemsChanged, this, &DirectoryWindow::refreshState);
     connect(state, &AppState::accessChanged, this, &DirectoryWindow::refreshState);
+    // A new connection resets the store; an open window shows the new account's list.
+    connect(state, &AppState::accessChanged, this, [this] {
+        if (isVisible())
+            load();
+    });
     connect(state, &AppState::serviceChanged, this, &DirectoryWindow::refreshState);
     connect(m_search, &QLineEdit::textChanged, this, &DirectoryWindow::refreshState);
     // Down from the search field goes into the rows.

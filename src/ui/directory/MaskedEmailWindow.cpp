@@ -1,5 +1,6 @@
 #include "MaskedEmailWindow.h"
 
+#include "CenteredCheckDelegate.h"
 #include "DirectoryEmptyState.h"
 #include "DirectoryTable.h"
 #include "MaskedEmailEditor.h"
@@ -44,6 +45,8 @@ MaskedEmailWindow::MaskedEmailWindow(AppState* state, QWidget* parent)
     // A click on the check box toggles it at once; the rest of the row stays read only.
     table()->setEditTriggers(QAbstractItemView::NoEditTriggers);
     QHeaderView* header = table()->horizontalHeader();
+    table()->setItemDelegateForColumn(MaskedEmailTableModel::EnabledColumn,
+                                      new CenteredCheckDelegate(table()));
     header->setSectionResizeMode(MaskedEmailTableModel::EnabledColumn, QHeaderView::Fixed);
     header->resizeSection(MaskedEmailTableModel::EnabledColumn, 32);
     header->resizeSection(MaskedEmailTableModel::AddressColumn, 260);
