@@ -4,6 +4,7 @@
 #include "content/EmailAddresses.h"
 
 #include <QMimeData>
+#include <QTextDocument>
 
 #include <algorithm>
 
@@ -31,26 +32,39 @@ QVariant ContactTableModel::data(const QModelIndex& index, int role) const
     const Contact& contact = m_rows.at(index.row());
     if (role == IdRole)
         return contact.id;
-    if (role != Qt::DisplayRole && role != Qt::ToolTipRole && role != Qt::AccessibleTextRole)
-        return {};
+    QString text;
     switch (index.column()) {
     case NameColumn:
-        return contact.displayName();
+        text = contact.displayName();
+        break;
     case EmailColumn:
-        if (role == Qt::ToolTipRole) {
-            QStringList all;
-            for (const Contact::Entry& entry : contact.emails)
-                all.append(entry.value);
-            return all.join(u'\n');
-        }
-        return contact.primaryEmail().value_or(QString());
+        text = contact.primaryEmail().value_or(QString());
+        break;
     case PhoneColumn:
-        return contact.phones.isEmpty() ? QString() : contact.phones.first().value;
+        text = contact.phones.isEmpty() ? QString() : contact.phones.first().value;
+        break;
     case OrganizationColumn:
-        return contact.organization;
+        text = contact.organization;
+        break;
     default:
         return {};
     }
+    if (role == Qt::DisplayRole || role == Qt::AccessibleTextRole)
+        return text;
+    if (role != Qt::ToolTipRole)
+        return {};
+    // Every address and number, not only the first.
+    const auto& entries = index.column() == EmailColumn   ? contact.emails
+                          : index.column() == PhoneColumn ? contact.phones
+                                                          : QList<Contact::Entry>();
+    if (!entries.isEmpty()) {
+        QStringList values;
+        for (const Contact::Entry& entry : entries)
+            values.append(entry.value);
+        text = values.join(u'\n');
+    }
+    // Server text: a tool tip would read markup in it, so it goes in escaped.
+    return text.isEmpty() ? QVariant() : QVariant(Qt::convertFromPlainText(text));
 }
 
 QVariant ContactTableModel::headerData(int section, Qt::Orientation orientation, int role) const

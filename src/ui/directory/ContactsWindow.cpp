@@ -6,6 +6,7 @@
 #include "DirectoryTable.h"
 #include "app/state/AppState.h"
 #include "app/stores/ContactStore.h"
+#include "content/EmailAddresses.h"
 
 #include <QHeaderView>
 #include <QLineEdit>
@@ -134,4 +135,13 @@ QString ContactsWindow::deleteMessage() const
 void ContactsWindow::remove(const QSet<QString>& ids)
 {
     m_store->deleteContacts(ids);
+}
+
+QString ContactsWindow::copyText(const QSet<QString>& ids) const
+{
+    // The form a recipient field reads back, so a paste into To addresses them all.
+    QStringList entries;
+    for (const EmailAddress& address : ContactTableModel::recipients(m_model->contacts(ids)))
+        entries.append(EmailAddresses::listEntry(address));
+    return entries.join(QStringLiteral(", "));
 }

@@ -27,6 +27,7 @@ protected:
     QString deleteTitle(qsizetype count) const override;
     QString deleteMessage() const override;
     void remove(const QSet<QString>& ids) override;
+    QString copyText(const QSet<QString>& ids) const override;
 
 private:
     ContactStore* m_store;

@@ -74,6 +74,11 @@ void DirectoryTable::selectIds(const QSet<QString>& ids)
 void DirectoryTable::keyPressEvent(QKeyEvent* event)
 {
     const QSet<QString> ids = selectedIds();
+    if (event->matches(QKeySequence::Copy)) {
+        if (!ids.isEmpty())
+            Q_EMIT copyRequested(ids);
+        return;
+    }
     switch (event->key()) {
     case Qt::Key_Return:
     case Qt::Key_Enter:

@@ -7,6 +7,7 @@
 // The table of a directory window. It speaks in row ids: Return and a double click open the
 // editor, Delete asks to delete, and the context menu works on the rows under the pointer
 // (the selection when the pointer is on a selected row) or, from the keyboard, the selection.
+// Copy puts the chosen rows on the clipboard in the form the window chooses.
 class DirectoryTable : public QTableView
 {
     Q_OBJECT
@@ -22,6 +23,7 @@ public:
 Q_SIGNALS:
     void editRequested(const QSet<QString>& ids);
     void deleteRequested(const QSet<QString>& ids);
+    void copyRequested(const QSet<QString>& ids);
     void menuRequested(const QSet<QString>& ids, const QPoint& globalPos);
 
 protected:

@@ -106,6 +106,10 @@ void DirectoryWindow::setModel(QAbstractItemModel* model, int idRole)
     connect(model, &QAbstractItemModel::rowsRemoved, this, &DirectoryWindow::refreshState);
     connect(m_table, &DirectoryTable::editRequested, this,
             [this](const QSet<QString>& ids) { edit(ids); });
+    connect(m_table, &DirectoryTable::copyRequested, this, [this](const QSet<QString>& ids) {
+        if (const QString text = copyText(ids); !text.isEmpty())
+            copy(text);
+    });
     connect(m_table, &DirectoryTable::deleteRequested, this, &DirectoryWindow::askToDelete);
     connect(m_table, &DirectoryTable::menuRequested, this,
             [this](const QSet<QString>& ids, const QPoint& globalPos) {
@@ -181,10 +185,17 @@ void DirectoryWindow::showEvent(QShowEvent* event)
 
 bool DirectoryWindow::eventFilter(QObject* watched, QEvent* event)
 {
-    if (watched == m_search && event->type() == QEvent::KeyPress && m_table &&
-        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Down && m_table->model()->rowCount() > 0) {
+    if (watched != m_search || event->type() != QEvent::KeyPress || !m_table)
+        return QMainWindow::eventFilter(watched, event);
+    // Down goes into the rows; Escape clears the search, then leaves it.
+    const int key = static_cast<QKeyEvent*>(event)->key();
+    if (key == Qt::Key_Escape && !m_search->text().isEmpty()) {
+        m_search->clear();
+        return true;
+    }
+    if ((key == Qt::Key_Down && m_table->model()->rowCount() > 0) || key == Qt::Key_Escape) {
         m_table->setFocus(Qt::TabFocusReason);
-        if (!m_table->currentIndex().isValid())
+        if (!m_table->currentIndex().isValid() && m_table->model()->rowCount() > 0)
             m_table->selectRow(0);
         return true;
     }

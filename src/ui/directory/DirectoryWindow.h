@@ -69,6 +69,8 @@ protected:
     virtual QString deleteTitle(qsizetype count) const = 0;
     virtual QString deleteMessage() const = 0;
     virtual void remove(const QSet<QString>& ids) = 0;
+    // What Copy puts on the clipboard for the rows; nothing when empty.
+    virtual QString copyText(const QSet<QString>& ids) const = 0;
 
     // Call when something the empty state or the toolbar depends on changed.
     void refreshState();

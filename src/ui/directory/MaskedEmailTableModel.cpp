@@ -6,6 +6,7 @@
 
 #include <QLocale>
 #include <QMimeData>
+#include <QTextDocument>
 #include <QTimeZone>
 #include <QUrl>
 
@@ -45,6 +46,12 @@ QVariant MaskedEmailTableModel::data(const QModelIndex& index, int role) const
     const MaskedEmail& record = m_rows.at(index.row());
     if (role == IdRole)
         return record.id;
+    if (role == Qt::ToolTipRole && index.column() != EnabledColumn) {
+        // Server text: a tool tip would read markup in it, so it goes in escaped.
+        const QString text =
+            index.column() == WebsiteColumn ? record.forDomain : data(index).toString();
+        return text.isEmpty() ? QVariant() : QVariant(Qt::convertFromPlainText(text));
+    }
     switch (index.column()) {
     case EnabledColumn:
         if (role == Qt::CheckStateRole)
@@ -56,18 +63,15 @@ QVariant MaskedEmailTableModel::data(const QModelIndex& index, int role) const
             return tr("Enabled");
         return {};
     case AddressColumn:
-        if (role == Qt::DisplayRole || role == Qt::AccessibleTextRole || role == Qt::ToolTipRole)
+        if (role == Qt::DisplayRole || role == Qt::AccessibleTextRole)
             return record.email;
         return {};
     case WebsiteColumn:
         if (role == Qt::DisplayRole || role == Qt::AccessibleTextRole)
             return website(record.forDomain);
-        if (role == Qt::ToolTipRole && !record.forDomain.isEmpty())
-            return record.forDomain;
         return {};
     case DescriptionColumn:
-        if (role == Qt::DisplayRole || role == Qt::AccessibleTextRole ||
-            (role == Qt::ToolTipRole && !record.description.isEmpty()))
+        if (role == Qt::DisplayRole || role == Qt::AccessibleTextRole)
             return record.description;
         return {};
     case LastMailColumn:

@@ -156,3 +156,11 @@ void MaskedEmailWindow::remove(const QSet<QString>& ids)
 {
     m_store->setState(MaskedEmail::State::deleted, ids);
 }
+
+QString MaskedEmailWindow::copyText(const QSet<QString>& ids) const
+{
+    QStringList addresses;
+    for (const MaskedEmail& record : m_model->records(ids))
+        addresses.append(record.email);
+    return addresses.join(u'\n');
+}
