@@ -17,6 +17,7 @@
 #include "ui/directory/MaskedEmailWindow.h"
 
 #include <QAbstractItemModelTester>
+#include <QAccessible>
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
@@ -117,6 +118,7 @@ private Q_SLOTS:
     void websiteRule_data();
     void websiteRule();
     void demoModeWorksWithoutService();
+    void everyControlHasAName();
 
 private:
     std::unique_ptr<AppState> makeState(Access access);
@@ -701,6 +703,35 @@ void TestDirectoryWindows::demoModeWorksWithoutService()
     QCOMPARE(addresses->model()->rowOf(made.id), 0);
     QCOMPARE(addresses->model()->index(0, MaskedEmailTableModel::WebsiteColumn).data().toString(),
              QString("seeds.example.com"));
+}
+
+void TestDirectoryWindows::everyControlHasAName()
+{
+    auto state = makeState(Access::demo);
+    auto people = open<ContactsWindow>(state.get());
+    auto addresses = open<MaskedEmailWindow>(state.get());
+    QVERIFY(people && addresses);
+    people->table()->selectIds({"c2"});
+    people->edit({"c2"});
+    addresses->create();
+    QList<QWidget*> windows{people.get(), addresses.get(),
+                            waitForDialog<ContactEditor>(people.get()),
+                            waitForDialog<MaskedEmailEditor>(addresses.get())};
+    int checked = 0;
+    for (QWidget* window : windows)
+        for (QWidget* control : window->findChildren<QWidget*>()) {
+            if (!control->isVisibleTo(window) || control->focusPolicy() == Qt::NoFocus ||
+                qobject_cast<QAbstractScrollArea*>(control->parentWidget()))
+                continue;
+            QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(control);
+            QVERIFY2(
+                accessible && !accessible->text(QAccessible::Name).isEmpty(),
+                qPrintable(QString("%1 in %2")
+                               .arg(control->metaObject()->className(), window->windowTitle())));
+            ++checked;
+        }
+    // The tables, search fields, picker, editor fields and every button.
+    QVERIFY2(checked >= 20, qPrintable(QString::number(checked)));
 }
 
 QTEST_MAIN(TestDirectoryWindows)
