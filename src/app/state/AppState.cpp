@@ -49,6 +49,8 @@ AppEnvironment AppEnvironment::standard(QNetworkAccessManager* network)
     environment.readToken = [] { return Keychain::readToken(); };
     environment.saveToken = [](const QString& token) { return Keychain::saveToken(token); };
     environment.demo = DemoData::isDemo();
+    environment.demoScene = DemoScene::fromEnvironment();
+    environment.demoDelay = DemoScene::delayFromEnvironment();
     environment.openUrl = [](const QUrl& url) { QDesktopServices::openUrl(url); };
     environment.revealFile = revealInFileManager;
     environment.attachmentCacheDir =
@@ -261,6 +263,7 @@ void AppState::loadDemoData()
     setHasToken(true);
     setIsConnected(true);
     setAccess(true, true);
+    stageDemoScene();
 }
 
 QCoro::Task<> AppState::runConnect(QPointer<AppState> self)

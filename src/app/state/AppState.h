@@ -3,6 +3,7 @@
 #include "app/compose/ComposeDraft.h"
 #include "app/notify/MailNotifier.h"
 #include "app/notify/NotificationCenter.h"
+#include "app/demo/DemoScene.h"
 #include "app/platform/WindowServices.h"
 #include "app/state/KeyContext.h"
 #include "app/state/ThreadCache.h"
@@ -57,6 +58,9 @@ struct AppEnvironment
     std::function<void()> installKeyMonitor;
     // Demo mode: made-up data, no network, no keychain.
     bool demo = false;
+    // The scene demo mode stages, and the delay before its change.
+    DemoScene::Scene demoScene = DemoScene::Scene::none;
+    std::chrono::milliseconds demoDelay{1500};
 
     // The desktop: open a link or a file in its default application, and show a file in the
     // file manager. Tests record the calls instead.
@@ -157,6 +161,7 @@ public:
     QCoro::Task<> connect();
     // Fills the state with made-up mail, contacts and masked addresses (demo mode).
     void loadDemoData();
+    bool isDemo() const { return m_environment.demo; }
     // The one road by which background failures reach the error bar; silent for cancellation.
     void report(std::exception_ptr error);
 
@@ -420,6 +425,9 @@ private:
     QCoro::Task<> fetchThreads(qint64 position, qint64 limit);
     // Demo mode: the made-up threads of the selected mailbox that match the search words.
     void showDemoThreads();
+    // Demo mode's scene: its start state now, its change after the delay (AppStateDemo.cpp).
+    void stageDemoScene();
+    void playDemoScene(DemoScene::Scene scene);
     void prefetchThreads(const QString& around);
     void prefetchThreads(const QStringList& ids);
     static QCoro::Task<> runPrefetch(QPointer<AppState> self, std::shared_ptr<MailService> service,

@@ -79,6 +79,8 @@ const QHash<QString, Entry>& table()
         {QStringLiteral("plus"), {{"list-add"}, QStyle::SP_FileDialogNewFolder}},
         {QStringLiteral("plus.circle"), {{"list-add"}, QStyle::SP_FileDialogNewFolder}},
         {QStringLiteral("minus.circle"), {{"list-remove"}, QStyle::SP_DialogDiscardButton}},
+        {QStringLiteral("theatermasks"),
+         {{"view-private", "im-invisible-user"}, QStyle::SP_MessageBoxInformation}},
     };
     return entries;
 }

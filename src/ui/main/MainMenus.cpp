@@ -89,9 +89,8 @@ MainMenus::MainMenus(AppState* state, MainWindow* window, QUndoStack* undoStack)
         window->activateWindow();
     });
     main->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_1));
-    // The directory windows are not built yet: the items stand, greyed, without an action.
-    m_contacts = windows->addAction(tr("Contacts"));
-    m_maskedEmail = windows->addAction(tr("Masked Email"));
+    m_maskedEmail = windows->addAction(tr("Masked Email"), window, &MainWindow::showMaskedEmail);
+    m_contacts = windows->addAction(tr("Contacts"), window, &MainWindow::showContacts);
 
     QMenu* help = bar->addMenu(tr("&Help"));
     m_helpMenu = help;
@@ -102,6 +101,7 @@ MainMenus::MainMenus(AppState* state, MainWindow* window, QUndoStack* undoStack)
                                  tr("Report a Bug or Request a Feature…"));
 
     QObject::connect(state, &AppState::configChanged, this, &MainMenus::showState);
+    QObject::connect(state, &AppState::accessChanged, this, &MainMenus::showState);
     showState();
 }
 
@@ -161,7 +161,7 @@ void MainMenus::showState()
         it.value()->setText(itemText(m_state, MailAction::Value(it.key())));
     m_groupByDate->setChecked(m_state->config().groupByDate);
     m_showAvatars->setChecked(m_state->config().showAvatars);
-    m_contacts->setEnabled(false);
-    m_maskedEmail->setEnabled(false);
+    m_contacts->setEnabled(m_state->hasContacts());
+    m_maskedEmail->setEnabled(m_state->hasMaskedEmail());
     m_feedback->setEnabled(false);
 }

@@ -25,6 +25,8 @@ class AttachmentPreview;
 class RawMessageView;
 class ThreadDetailView;
 class ComposeWindows;
+class ContactsWindow;
+class MaskedEmailWindow;
 class ThreadListView;
 
 // The main window: mailboxes, the thread list and the reader side by side, the error bar
@@ -57,6 +59,11 @@ public:
     // Builds that name an update feed: the menu item, the alert and the Settings section.
     void setUpdater(Updater* updater);
     Updater* updater() const;
+    // The directory windows, each made on first use (MainWindowDirectory.cpp).
+    ContactsWindow* contactsWindow();
+    MaskedEmailWindow* maskedEmailWindow();
+    void showContacts();
+    void showMaskedEmail();
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -90,4 +97,6 @@ private:
     ComposeWindows* m_composeWindows;
     bool m_warmedUp = false;
     QPointer<Updater> m_updater;
+    QPointer<ContactsWindow> m_contactsWindow;
+    QPointer<MaskedEmailWindow> m_maskedEmailWindow;
 };

@@ -4,6 +4,7 @@
 #include "MemorySecretStore.h"
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
+#include "ui/directory/MaskedEmailWindow.h"
 #include "ui/main/FolderPicker.h"
 #include "ui/main/KeyMonitor.h"
 #include "ui/main/MailboxListModel.h"
@@ -436,9 +437,13 @@ void TestMainActions::menusShowTheKeysOfTheSettings()
     menus->showAvatarsAction()->trigger();
     QVERIFY(!state->config().showAvatars);
     QVERIFY(!state->configStore().load().showAvatars);
-    // The directory windows and the feedback window are not there yet.
-    QVERIFY(!menus->contactsAction()->isEnabled());
-    QVERIFY(!menus->maskedEmailAction()->isEnabled());
+    // The directory windows follow the token's access and open from the Window menu.
+    QVERIFY(menus->contactsAction()->isEnabled());
+    QVERIFY(menus->maskedEmailAction()->isEnabled());
+    menus->maskedEmailAction()->trigger();
+    QTRY_VERIFY(window->maskedEmailWindow()->isVisible());
+    window->maskedEmailWindow()->close();
+    // The feedback window is not there yet.
     QVERIFY(!menus->feedbackAction()->isEnabled());
 }
 
