@@ -97,7 +97,8 @@ MainMenus::MainMenus(AppState* state, MainWindow* window, QUndoStack* undoStack)
     shortcuts->setIcon(Icons::icon(QStringLiteral("keyboard")));
     help->addSeparator();
     m_feedback = help->addAction(Icons::icon(QStringLiteral("ladybug")),
-                                 tr("Report a Bug or Request a Feature…"));
+                                 tr("Report a Bug or Request a Feature…"), window,
+                                 &MainWindow::showFeedback);
 
     QObject::connect(state, &AppState::configChanged, this, &MainMenus::showState);
     showState();
@@ -146,5 +147,4 @@ void MainMenus::showState()
     m_showAvatars->setChecked(m_state->config().showAvatars);
     m_contacts->setEnabled(false);
     m_maskedEmail->setEnabled(false);
-    m_feedback->setEnabled(false);
 }

@@ -5,11 +5,13 @@
 #include "ErrorBar.h"
 #include "FolderPicker.h"
 #include "MainMenus.h"
+#include "Question.h"
 #include "ShortcutsOverlay.h"
 #include "SidebarView.h"
 #include "Toast.h"
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
+#include "ui/feedback/FeedbackWindow.h"
 #include "ui/reader/AttachmentPreview.h"
 #include "ui/reader/MessageView.h"
 #include "ui/reader/RawMessageView.h"
@@ -102,6 +104,9 @@ MainWindow::MainWindow(AppState* state, QWidget* parent)
     services.undoStack = m_undoStack;
     services.scrollReader = [this](double pages, double lines) { scrollReader(pages, lines); };
     services.releaseFocus = [this] { releaseFocus(); };
+    services.ask = [this](const WindowServices::Question& question, std::function<void()> yes) {
+        askInWindow(this, question, std::move(yes));
+    };
     state->setWindowServices(std::move(services));
 
     QObject::connect(state, &AppState::paneFocusRequestChanged, this, &MainWindow::moveFocusToPane);
@@ -264,6 +269,21 @@ SettingsWindow* MainWindow::settingsWindow()
 void MainWindow::showSettings()
 {
     SettingsWindow* window = settingsWindow();
+    window->show();
+    window->raise();
+    window->activateWindow();
+}
+
+FeedbackWindow* MainWindow::feedbackWindow()
+{
+    if (!m_feedback)
+        m_feedback = new FeedbackWindow(m_state, this);
+    return m_feedback;
+}
+
+void MainWindow::showFeedback()
+{
+    FeedbackWindow* window = feedbackWindow();
     window->show();
     window->raise();
     window->activateWindow();

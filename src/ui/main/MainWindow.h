@@ -24,6 +24,7 @@ class AttachmentPreview;
 class RawMessageView;
 class ThreadDetailView;
 class ComposeWindows;
+class FeedbackWindow;
 class ThreadListView;
 
 // The main window: mailboxes, the thread list and the reader side by side, the error bar
@@ -52,6 +53,9 @@ public:
     // The settings window, made on first use.
     SettingsWindow* settingsWindow();
     void showSettings();
+    // "Report a Bug or Request a Feature", made on first use.
+    FeedbackWindow* feedbackWindow();
+    void showFeedback();
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -74,6 +78,7 @@ private:
     AttachmentPreview* m_preview;
     RawMessageView* m_rawMessage;
     QPointer<SettingsWindow> m_settings;
+    QPointer<FeedbackWindow> m_feedback;
     QUndoStack* m_undoStack;
     MainMenus* m_menus = nullptr;
     QToolBar* m_toolBar = nullptr;
