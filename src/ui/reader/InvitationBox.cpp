@@ -68,7 +68,11 @@ InvitationBox::InvitationBox(AppState* state, const Email& email, QWidget* paren
     emphasis.setWeight(QFont::DemiBold);
     m_canceled->setFont(emphasis);
     m_answered = makeLabel(this, QStringLiteral("invitationAnswered"), false);
-    for (QLabel* label : {heading, m_title, m_time, m_location, m_organizer, m_canceled})
+    QFont answeredFont = m_answered->font();
+    answeredFont.setWeight(QFont::DemiBold);
+    m_answered->setFont(answeredFont);
+    for (QLabel* label :
+         {heading, m_title, m_time, m_location, m_organizer, m_canceled, m_answered})
         column->addWidget(label);
 
     auto* buttons = new QHBoxLayout();
@@ -98,8 +102,6 @@ InvitationBox::InvitationBox(AppState* state, const Email& email, QWidget* paren
             m_state->addToCalendar(m_email);
     });
     buttons->addWidget(m_answers);
-    buttons->addSpacing(6);
-    buttons->addWidget(m_answered);
     buttons->addStretch(1);
     buttons->addWidget(m_addToCalendar);
     column->addLayout(buttons);
