@@ -309,7 +309,11 @@ QCoro::Task<> AppState::sendGenerated(OutgoingMessage message)
     std::optional<QString> sentId;
     if (const auto sent = mailboxWithRole(QStringLiteral("sent")))
         sentId = sent->id;
-    const QString emailId = co_await service->saveDraft(message, draftsId, std::nullopt);
+    QString emailId;
+    if (message.calendar)
+        emailId = co_await service->saveCalendarDraft(message, draftsId);
+    else
+        emailId = co_await service->saveDraft(message, draftsId, std::nullopt);
     co_await service->submit(emailId, message.identity.id, draftsId, sentId, std::nullopt,
                              std::nullopt);
 }

@@ -229,7 +229,7 @@ void TestFlows::invitationsTheUserCannotAnswer()
     QVERIFY(state->invitationAnswers().isEmpty());
 
     // A failed send is reported and leaves the answer open.
-    f.server.refusingCreate = "Mailbox is full";
+    f.server.refusingSubmission = "Mailbox is full";
     await(state->answer(*answered, email, ParticipationStatus::Declined));
     QVERIFY(state->errorMessage() && state->errorMessage()->contains("Mailbox is full"));
     QVERIFY(state->invitationAnswers().isEmpty());
