@@ -380,21 +380,21 @@ QList<MailThread> threads(const QDateTime& now)
         email.listUnsubscribePost = QStringLiteral("List-Unsubscribe=One-Click");
     }
 
-    result.append(thread(
-        "dt-invite", "Invitation: Kitchen plans review",
-        {Message{"dm-invite-1",
-                 anna,
-                 {alex},
-                 minutes(140),
-                 lines({"Anna Berg has invited you to \"Kitchen plans review\".", "",
-                        "Let's go through the second draft together, with the joiner."}),
-                 std::nullopt,
-                 {inbox},
-                 false,
-                 false,
-                 false,
-                 {attachment("demo-invite", "invite.ics", "text/calendar",
-                             reviewInvitation().size())}}}));
+    result.append(
+        thread("dt-invite", "Invitation: Kitchen plans review",
+               {Message{"dm-invite-1",
+                        anna,
+                        {alex},
+                        minutes(140),
+                        lines({"Anna Berg has invited you to \"Kitchen plans review\".", "",
+                               "Let's go through the second draft together, with the joiner."}),
+                        std::nullopt,
+                        {inbox},
+                        false,
+                        false,
+                        false,
+                        {attachment("demo-invite", "invite.ics", "text/calendar",
+                                    reviewInvitation().size())}}}));
 
     result.append(thread(
         "dt-release", "Release 2.4 go/no-go",

@@ -117,8 +117,7 @@ std::optional<OutgoingMessage> answerMessage(const AppState& state, const Invita
     message.to = {*invitation.organizer};
     message.subject = pastTense + QStringLiteral(": ") + title;
     message.textBody = (name.isEmpty() ? identity.email : name) + QStringLiteral(" has ") +
-                       pastTense.toLower() + QStringLiteral(" the invitation to ") + title +
-                       u'.';
+                       pastTense.toLower() + QStringLiteral(" the invitation to ") + title + u'.';
     const QStringList messageId = email.messageId.value_or(QStringList());
     message.inReplyTo = messageId;
     message.references = email.references.value_or(QStringList()) + messageId;
@@ -198,8 +197,8 @@ void AppState::unsubscribe(const Email& email)
     question.message = QStringLiteral("Unsubscribe from %1?").arg(email.senderName());
     question.informativeText =
         method->kind == Unsubscribe::Kind::OneClick
-            ? QStringLiteral(
-                  "Veldrin asks the sender to take you off the list. It cannot be undone from here.")
+            ? QStringLiteral("Veldrin asks the sender to take you off the list. It cannot be "
+                             "undone from here.")
             : QStringLiteral("Veldrin sends an unsubscribe request to %1.").arg(method->to);
     question.confirmTitle = QStringLiteral("Unsubscribe");
     QPointer<AppState> self = this;

@@ -106,8 +106,7 @@ QByteArray rfc5322Date(const QDateTime& date)
 
 QByteArray mime(const OutgoingMessage& message, const QDateTime& date, const QString& messageId)
 {
-    const QByteArray boundary =
-        "veldrin-" + QUuid::createUuid().toString(QUuid::Id128).toLatin1();
+    const QByteArray boundary = "veldrin-" + QUuid::createUuid().toString(QUuid::Id128).toLatin1();
     const QString method = message.calendar ? message.calendar->method : QString();
     QByteArray methodToken;
     for (const QChar c : method)

@@ -19,8 +19,7 @@ QCoro::Task<QString> MailService::saveCalendarDraft(OutgoingMessage message, QSt
     const QString domain = message.identity.email.section(u'@', 1).trimmed();
     const QString messageId = QUuid::createUuid().toString(QUuid::WithoutBraces) + u'@' +
                               (domain.isEmpty() ? QStringLiteral("veldrin.invalid") : domain);
-    const QByteArray mime =
-        CalendarMail::mime(message, QDateTime::currentDateTimeUtc(), messageId);
+    const QByteArray mime = CalendarMail::mime(message, QDateTime::currentDateTimeUtc(), messageId);
     const QString blobId = co_await m_client->upload(mime, QStringLiteral("message/rfc822"));
     const QString accountId = co_await m_client->accountId();
     const QJsonObject email{

@@ -221,7 +221,7 @@ QCoro::Task<> FeedbackWindow::runSend(QPointer<FeedbackWindow> self, QPointer<Ap
     self->showState();
     self->close();
     if (state)
-        state->showToast(QStringLiteral("Thanks, your %1 is sent").arg(
-                             Feedback::title(kind).toLower()),
-                         {}, false, 5);
+        state->showToast(
+            QStringLiteral("Thanks, your %1 is sent").arg(Feedback::title(kind).toLower()), {},
+            false, 5);
 }

@@ -158,9 +158,9 @@ void InvitationBox::showInvitation()
     const bool loaded = found != m_state->invitations().cend();
     const Invitation invitation = loaded ? *found : Invitation();
     const bool canceled = loaded && invitation.isCanceled();
-    m_icon->setPixmap(Icons::icon(canceled ? QStringLiteral("calendar.badge.minus")
-                                           : QStringLiteral("calendar"))
-                          .pixmap(28, 28));
+    m_icon->setPixmap(
+        Icons::icon(canceled ? QStringLiteral("calendar.badge.minus") : QStringLiteral("calendar"))
+            .pixmap(28, 28));
 
     const QString summary = invitation.summary.value_or(QString()).trimmed();
     m_title->setText(summary.isEmpty() ? tr("Untitled") : summary);

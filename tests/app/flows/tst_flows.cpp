@@ -13,23 +13,23 @@ using namespace AsyncTest;
 
 namespace {
 
-const QString invitationText = QStringLiteral("BEGIN:VCALENDAR\r\n"
-                                              "METHOD:%1\r\n"
-                                              "BEGIN:VEVENT\r\n"
-                                              "UID:planning-42@example.org\r\n"
-                                              "%2"
-                                              "DTSTART:20260310T090000Z\r\n"
-                                              "DTEND:20260310T100000Z\r\n"
-                                              "ORGANIZER;CN=Olivia Okoro:mailto:olivia@example.org\r\n"
-                                              "ATTENDEE;CN=Me:mailto:%3\r\n"
-                                              "END:VEVENT\r\n"
-                                              "END:VCALENDAR\r\n");
+const QString invitationText =
+    QStringLiteral("BEGIN:VCALENDAR\r\n"
+                   "METHOD:%1\r\n"
+                   "BEGIN:VEVENT\r\n"
+                   "UID:planning-42@example.org\r\n"
+                   "%2"
+                   "DTSTART:20260310T090000Z\r\n"
+                   "DTEND:20260310T100000Z\r\n"
+                   "ORGANIZER;CN=Olivia Okoro:mailto:olivia@example.org\r\n"
+                   "ATTENDEE;CN=Me:mailto:%3\r\n"
+                   "END:VEVENT\r\n"
+                   "END:VCALENDAR\r\n");
 
 QString ics(const QString& attendee, const QString& summary = QStringLiteral("Planning"),
             const QString& method = QStringLiteral("REQUEST"))
 {
-    return invitationText.arg(method,
-                              summary.isEmpty() ? QString() : "SUMMARY:" + summary + "\r\n",
+    return invitationText.arg(method, summary.isEmpty() ? QString() : "SUMMARY:" + summary + "\r\n",
                               attendee);
 }
 
@@ -141,7 +141,8 @@ void TestFlows::answerSendsReplyMail_data()
     QTest::addColumn<QString>("expectedBody");
     QTest::addColumn<QString>("toast");
     QTest::newRow("accept") << ParticipationStatus::Accepted << "Planning"
-                            << std::optional<QString>("Invitation: Planning") << "Accepted: Planning"
+                            << std::optional<QString>("Invitation: Planning")
+                            << "Accepted: Planning"
                             << "Alex Morgan has accepted the invitation to Planning."
                             << "Accepted, Olivia Okoro is told";
     QTest::newRow("maybe") << ParticipationStatus::Tentative << "Planning"
@@ -151,11 +152,13 @@ void TestFlows::answerSendsReplyMail_data()
                            << "Tentatively Accepted, Olivia Okoro is told";
     QTest::newRow("decline, title from the subject")
         << ParticipationStatus::Declined << "" << std::optional<QString>("Budget review")
-        << "Declined: Budget review" << "Alex Morgan has declined the invitation to Budget review."
+        << "Declined: Budget review"
+        << "Alex Morgan has declined the invitation to Budget review."
         << "Declined, Olivia Okoro is told";
     QTest::newRow("decline, no title at all")
         << ParticipationStatus::Declined << "" << std::optional<QString>() << "Declined: "
-        << "Alex Morgan has declined the invitation to ." << "Declined, Olivia Okoro is told";
+        << "Alex Morgan has declined the invitation to ."
+        << "Declined, Olivia Okoro is told";
 }
 
 void TestFlows::answerSendsReplyMail()
@@ -170,9 +173,8 @@ void TestFlows::answerSendsReplyMail()
     FlowFixture f;
     auto state = f.start();
     // The attendee's address differs in case from the identity's: it is still the user.
-    f.network.setResponse(
-        QUrl("https://jmap.example.test/jmap/download/u1/B-ics/invite.ics"),
-        {200, ics("me@EXAMPLE.com", summary).toUtf8(), "text/calendar"});
+    f.network.setResponse(QUrl("https://jmap.example.test/jmap/download/u1/B-ics/invite.ics"),
+                          {200, ics("me@EXAMPLE.com", summary).toUtf8(), "text/calendar"});
     const Email email = invitationMail(subject);
     state->loadInvitation(email);
     QTRY_VERIFY(state->invitations().contains("inv"));
@@ -254,9 +256,8 @@ void TestFlows::unsubscribeTakesTheRightRoad()
 
     // One click: asked first; "Cancel" sends nothing.
     const QUrl post("https://news.example.net/one-click?u=1");
-    const Email oneClick =
-        listMail({"<mailto:leave@example.net>", "<" + post.toString() + ">"},
-                 QString("List-Unsubscribe=One-Click"));
+    const Email oneClick = listMail({"<mailto:leave@example.net>", "<" + post.toString() + ">"},
+                                    QString("List-Unsubscribe=One-Click"));
     f.network.setResponse(post, {200, "", "text/plain"});
     f.confirming = false;
     state->unsubscribe(oneClick);
@@ -322,9 +323,9 @@ void TestFlows::feedbackSubject_data()
     const QString sixty = QString("a").repeated(60);
     QTest::newRow("first line") << "Crash on start\nDetails below" << FeedbackKind::Bug
                                 << "Veldrin Bug Report: Crash on start";
-    QTest::newRow("blank lines first") << "\n  \n  Dark mode please  \nthanks"
-                                       << FeedbackKind::Feature
-                                       << "Veldrin Feature Request: Dark mode please";
+    QTest::newRow("blank lines first")
+        << "\n  \n  Dark mode please  \nthanks" << FeedbackKind::Feature
+        << "Veldrin Feature Request: Dark mode please";
     QTest::newRow("exactly 60") << sixty << FeedbackKind::Bug << "Veldrin Bug Report: " + sixty;
     QTest::newRow("61 is cut") << sixty + "b" << FeedbackKind::Bug
                                << "Veldrin Bug Report: " + sixty + "…";

@@ -74,8 +74,7 @@ void removeSent(AppState& state, const QString& text)
     const QString account = await(client->accountId());
     const QList<Invocation> calls{
         {"Email/query",
-         QJsonObject{{"accountId", account}, {"filter", QJsonObject{{"subject", text}}}},
-         "0"}};
+         QJsonObject{{"accountId", account}, {"filter", QJsonObject{{"subject", text}}}}, "0"}};
     QStringList ids;
     for (const QJsonValue& id : arguments(await(client->call(calls)), "0")["ids"].toArray())
         ids.append(id.toString());
@@ -233,8 +232,8 @@ void TestFlowsCyrus::oneClickPostsToTheList()
     Email email;
     email.id = "newsletter";
     email.from = QList<EmailAddress>{{QString("The Weekly Sprout"), "news@example.net"}};
-    email.listUnsubscribe = QStringList{
-        QString("<https://127.0.0.1:%1/leave?u=%2>").arg(list.serverPort()).arg(tag)};
+    email.listUnsubscribe =
+        QStringList{QString("<https://127.0.0.1:%1/leave?u=%2>").arg(list.serverPort()).arg(tag)};
     email.listUnsubscribePost = "List-Unsubscribe=One-Click";
     state->unsubscribe(email);
     QTRY_VERIFY_WITH_TIMEOUT(state->toast() || state->errorMessage(), 20000);

@@ -136,16 +136,16 @@ void TestFlowViews::when_data()
     const auto at = [](int day, int hour, int minute = 0) {
         return QDateTime(QDate(2026, 3, day), QTime(hour, minute), QTimeZone::utc());
     };
-    QTest::newRow("all day, one day") << at(3, 0) << std::optional(at(4, 0)) << true
-                                      << "Tuesday, March 3, 2026";
+    QTest::newRow("all day, one day")
+        << at(3, 0) << std::optional(at(4, 0)) << true << "Tuesday, March 3, 2026";
     QTest::newRow("all day, two days") << at(3, 0) << std::optional(at(5, 0)) << true
                                        << "Tuesday, March 3, 2026 – Wednesday, March 4, 2026";
-    QTest::newRow("all day, no end") << at(3, 0) << std::optional<QDateTime>() << true
-                                     << "Tuesday, March 3, 2026";
+    QTest::newRow("all day, no end")
+        << at(3, 0) << std::optional<QDateTime>() << true << "Tuesday, March 3, 2026";
     QTest::newRow("same day") << at(3, 9) << std::optional(at(3, 10, 30)) << false
                               << "Tuesday, March 3, 2026, 9:00 AM – 10:30 AM";
-    QTest::newRow("end before start") << at(3, 9) << std::optional(at(3, 8)) << false
-                                      << "Tuesday, March 3, 2026, 9:00 AM";
+    QTest::newRow("end before start")
+        << at(3, 9) << std::optional(at(3, 8)) << false << "Tuesday, March 3, 2026, 9:00 AM";
     QTest::newRow("overnight") << at(3, 22) << std::optional(at(4, 2)) << false
                                << "Tuesday, March 3, 2026, 10:00 PM – Wednesday, March 4, 2026, "
                                   "2:00 AM";
@@ -161,10 +161,10 @@ void TestFlowViews::when()
     invitation.start = start;
     invitation.end = end;
     invitation.isAllDay = allDay;
-    const QString text = InvitationBox::when(invitation, QLocale(QLocale::English,
-                                                                 QLocale::UnitedStates),
-                                             QTimeZone::utc())
-                             .value_or(QString());
+    const QString text =
+        InvitationBox::when(invitation, QLocale(QLocale::English, QLocale::UnitedStates),
+                            QTimeZone::utc())
+            .value_or(QString());
     // Some locale data puts a narrow space before AM and PM.
     QCOMPARE(QString(text).replace(QChar(0x202f), u' '), expected);
     QCOMPARE(InvitationBox::when(Invitation()), std::nullopt);
@@ -194,9 +194,10 @@ void TestFlowViews::invitationBoxStates()
     QVERIFY(texts.contains("Calendar invitation"));
     QVERIFY(texts.contains("Room 4.12, Harbour Office"));
     QVERIFY(texts.contains("Organizer: Olivia Okoro"));
-    QVERIFY2(std::any_of(texts.cbegin(), texts.cend(),
-                         [](const QString& t) { return t.startsWith("Thursday, November 12, 2026"); }),
-             qPrintable(texts.join('|')));
+    QVERIFY2(
+        std::any_of(texts.cbegin(), texts.cend(),
+                    [](const QString& t) { return t.startsWith("Thursday, November 12, 2026"); }),
+        qPrintable(texts.join('|')));
     for (ParticipationStatus status : ParticipationStatuses::answers())
         QVERIFY(open->answerButton(status)->isVisible());
     QVERIFY(!open->answeredLabel()->isVisible());
