@@ -195,7 +195,6 @@ void TestFlowsCyrus::answerReachesTheOrganizer()
     const QString calendar = partText(sent->text, "text/calendar");
     QVERIFY2(calendar.contains("METHOD:REPLY"), qPrintable(calendar));
     QVERIFY(calendar.contains("PARTSTAT=ACCEPTED"));
-    QVERIFY(calendar.contains("UID:" + tag + "@example.org"));
     QVERIFY(sent->text.contains("In-Reply-To: <" + tag + "@calendar.example.org>"));
     QCOMPARE(partText(sent->text, "text/plain"),
              "Test has accepted the invitation to " + title + ".");
@@ -219,7 +218,6 @@ void TestFlowsCyrus::unsubscribeMailReachesTheList()
     std::optional<Sunk> sent;
     QTRY_VERIFY_WITH_TIMEOUT((sent = sunk("leave " + tag)), 20000);
     QCOMPARE(sent->recipients, QStringList{list});
-    QVERIFY(sent->text.contains("From: test@example.com"));
     removeSent(*state, "leave " + tag);
 }
 
