@@ -3,8 +3,6 @@
 #include <QPointer>
 #include <QUndoStack>
 
-#include <QString>
-
 #include <functional>
 
 // What AppState needs of the main window: its undo stack, and two things only the views can
@@ -18,13 +16,4 @@ struct WindowServices
     std::function<void(double pages, double lines)> scrollReader;
     // Takes the keyboard away from text and list controls, unless it is inside a message body.
     std::function<void()> releaseFocus;
-    // Asks a question in a window-modal alert whose first button is `confirmTitle`, and runs
-    // `confirmed` only when the user chooses it. Without one, nothing that needs asking happens.
-    struct Question
-    {
-        QString message;
-        QString informativeText;
-        QString confirmTitle;
-    };
-    std::function<void(const Question& question, std::function<void()> confirmed)> ask;
 };

@@ -2,6 +2,7 @@
 
 #include "app/compose/ComposeDraft.h"
 #include "app/feedback/Feedback.h"
+#include "app/platform/Question.h"
 #include "app/platform/WindowServices.h"
 #include "app/state/KeyContext.h"
 #include "app/state/ThreadCache.h"
@@ -360,6 +361,8 @@ public:
     QCoro::Task<> answer(Invitation invitation, Email email, ParticipationStatus status);
     // Opens the calendar part in the desktop's calendar application.
     void addToCalendar(const Email& email);
+    // How the state asks before leaving a list; without it, only web pages open.
+    void setAskQuestion(AskQuestion ask) { m_askQuestion = std::move(ask); }
     // Leaves the list the message came from: a web page opens at once, the other ways ask
     // first. Never throws.
     void unsubscribe(const Email& email);
@@ -613,4 +616,5 @@ private:
     QCoro::Task<> sendGenerated(OutgoingMessage message);
     QHash<QString, Invitation> m_invitations;
     QHash<QString, ParticipationStatus> m_invitationAnswers;
+    AskQuestion m_askQuestion;
 };

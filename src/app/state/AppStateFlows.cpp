@@ -191,9 +191,9 @@ void AppState::unsubscribe(const Email& email)
             m_environment.openUrl(method->url);
         return;
     }
-    if (!m_windowServices.ask)
+    if (!m_askQuestion)
         return;
-    WindowServices::Question question;
+    Question question;
     question.message = QStringLiteral("Unsubscribe from %1?").arg(email.senderName());
     question.informativeText =
         method->kind == Unsubscribe::Kind::OneClick
@@ -202,7 +202,7 @@ void AppState::unsubscribe(const Email& email)
             : QStringLiteral("Veldrin sends an unsubscribe request to %1.").arg(method->to);
     question.confirmTitle = QStringLiteral("Unsubscribe");
     QPointer<AppState> self = this;
-    m_windowServices.ask(question, [self, method = *method, email] {
+    m_askQuestion(question, [self, method = *method, email] {
         if (self)
             self->leave(method, email);
     });

@@ -2,10 +2,10 @@
 
 #include "ui/compose/ComposeWindows.h"
 
+#include "AskInWindow.h"
 #include "ErrorBar.h"
 #include "FolderPicker.h"
 #include "MainMenus.h"
-#include "Question.h"
 #include "ShortcutsOverlay.h"
 #include "SidebarView.h"
 #include "Toast.h"
@@ -104,10 +104,10 @@ MainWindow::MainWindow(AppState* state, QWidget* parent)
     services.undoStack = m_undoStack;
     services.scrollReader = [this](double pages, double lines) { scrollReader(pages, lines); };
     services.releaseFocus = [this] { releaseFocus(); };
-    services.ask = [this](const WindowServices::Question& question, std::function<void()> yes) {
-        askInWindow(this, question, std::move(yes));
-    };
     state->setWindowServices(std::move(services));
+    state->setAskQuestion([this](const Question& question, std::function<void()> yes) {
+        askInWindow(this, question, std::move(yes));
+    });
 
     QObject::connect(state, &AppState::paneFocusRequestChanged, this, &MainWindow::moveFocusToPane);
     QObject::connect(state, &AppState::searchFocusRequestChanged, this, [this] {

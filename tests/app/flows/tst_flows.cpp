@@ -63,7 +63,7 @@ Email listMail(const QStringList& unsubscribe, const std::optional<QString>& pos
 // An account with Drafts and two identities, the second the one invitations are sent to.
 struct FlowFixture : StateFixture
 {
-    QList<WindowServices::Question> questions;
+    QList<Question> questions;
     bool confirming = true;
 
     FlowFixture()
@@ -82,14 +82,11 @@ struct FlowFixture : StateFixture
         });
         await(state->connect());
         settle(*state);
-        WindowServices services;
-        services.ask = [this](const WindowServices::Question& question,
-                              std::function<void()> confirmed) {
+        state->setAskQuestion([this](const Question& question, std::function<void()> confirmed) {
             questions.append(question);
             if (confirming)
                 confirmed();
-        };
-        state->setWindowServices(services);
+        });
         return state;
     }
 

@@ -160,10 +160,8 @@ std::unique_ptr<AppState> TestFlowsCyrus::connected()
     await(state->connect());
     if (!state->isConnected())
         return nullptr;
-    WindowServices services;
     // The user says yes.
-    services.ask = [](const WindowServices::Question&, std::function<void()> yes) { yes(); };
-    state->setWindowServices(services);
+    state->setAskQuestion([](const Question&, std::function<void()> yes) { yes(); });
     return state;
 }
 

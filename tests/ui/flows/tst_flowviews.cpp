@@ -8,7 +8,7 @@
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 #include "ui/feedback/FeedbackWindow.h"
-#include "ui/main/Question.h"
+#include "ui/main/AskInWindow.h"
 #include "ui/reader/InvitationBox.h"
 #include "ui/reader/MessageView.h"
 
@@ -222,11 +222,9 @@ void TestFlowViews::unsubscribeAsksInTheWindow()
     auto state = connected();
     QWidget window;
     window.resize(600, 120);
-    WindowServices services;
-    services.ask = [&window](const WindowServices::Question& question, std::function<void()> yes) {
+    state->setAskQuestion([&window](const Question& question, std::function<void()> yes) {
         askInWindow(&window, question, std::move(yes));
-    };
-    state->setWindowServices(services);
+    });
     Email email;
     email.id = "news";
     email.from = QList<EmailAddress>{{QString("The Weekly Sprout"), "news@example.net"}};

@@ -1,10 +1,9 @@
-#include "Question.h"
+#include "AskInWindow.h"
 
 #include <QMessageBox>
 #include <QPushButton>
 
-QMessageBox* askInWindow(QWidget* window, const WindowServices::Question& question,
-                         std::function<void()> confirmed)
+QMessageBox* askInWindow(QWidget* window, const Question& question, std::function<void()> confirmed)
 {
     auto* box = new QMessageBox(window);
     box->setObjectName(QStringLiteral("question"));
