@@ -211,10 +211,10 @@ QByteArray reviewInvitation()
     const QString day = QDate::currentDate().addDays(2).toString(QStringLiteral("yyyyMMdd"));
     return QStringLiteral("BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//Example//Demo//EN\r\n"
                           "METHOD:REQUEST\r\nBEGIN:VEVENT\r\n"
-                          "UID:kitchen-review@demo.example.com\r\nSEQUENCE:0\r\n"
+                          "UID:renovation-walkthrough@demo.example.com\r\nSEQUENCE:0\r\n"
                           "DTSTAMP:20260301T090000Z\r\n"
                           "DTSTART:%1T140000\r\nDTEND:%1T150000\r\n"
-                          "SUMMARY:Kitchen plans review\r\n"
+                          "SUMMARY:Renovation walkthrough\r\n"
                           "LOCATION:Berg & Holm Architects\\, Harbour Street 4\r\n"
                           "ORGANIZER;CN=Anna Berg:mailto:anna@example.com\r\n"
                           "ATTENDEE;CN=Anna Berg;PARTSTAT=ACCEPTED:mailto:anna@example.com\r\n"
@@ -380,21 +380,22 @@ QList<MailThread> threads(const QDateTime& now)
         email.listUnsubscribePost = QStringLiteral("List-Unsubscribe=One-Click");
     }
 
-    result.append(
-        thread("dt-invite", "Invitation: Kitchen plans review",
-               {Message{"dm-invite-1",
-                        anna,
-                        {alex},
-                        minutes(140),
-                        lines({"Anna Berg has invited you to \"Kitchen plans review\".", "",
-                               "Let's go through the second draft together, with the joiner."}),
-                        std::nullopt,
-                        {inbox},
-                        false,
-                        false,
-                        false,
-                        {attachment("demo-invite", "invite.ics", "text/calendar",
-                                    reviewInvitation().size())}}}));
+    result.append(thread(
+        "dt-invite", "Invitation: Renovation walkthrough",
+        {Message{
+            "dm-invite-1",
+            anna,
+            {alex},
+            minutes(140),
+            lines({"Anna Berg has invited you to \"Renovation walkthrough\".", "",
+                   "Let's walk through the house with the joiner and agree on the order of work."}),
+            std::nullopt,
+            {inbox},
+            false,
+            false,
+            false,
+            {attachment("demo-invite", "invite.ics", "text/calendar",
+                        reviewInvitation().size())}}}));
 
     result.append(thread(
         "dt-release", "Release 2.4 go/no-go",

@@ -304,6 +304,7 @@ void TestFlowViews::feedbackWindow()
     QVERIFY(QTest::qWaitForWindowExposed(&quiet));
     QVERIFY(!quiet.sendButton()->isVisible());
     QVERIFY(quiet.noAddressLabel()->isVisible());
+    screenshot(&quiet, "feedback-no-address");
 }
 
 QTEST_MAIN(TestFlowViews)
