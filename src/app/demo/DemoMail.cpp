@@ -205,10 +205,32 @@ const QByteArray agenda =
                       "12:30  Shared lunch - bring a dish\n"
                       "14:00  Fix the gate latch, paint the rain barrel stand\n");
 
+// A meeting request for the day after tomorrow, so that it is always ahead.
+QByteArray reviewInvitation()
+{
+    const QString day = QDate::currentDate().addDays(2).toString(QStringLiteral("yyyyMMdd"));
+    return QStringLiteral("BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//Example//Demo//EN\r\n"
+                          "METHOD:REQUEST\r\nBEGIN:VEVENT\r\n"
+                          "UID:renovation-walkthrough@demo.example.com\r\nSEQUENCE:0\r\n"
+                          "DTSTAMP:20260301T090000Z\r\n"
+                          "DTSTART:%1T140000\r\nDTEND:%1T150000\r\n"
+                          "SUMMARY:Renovation walkthrough\r\n"
+                          "LOCATION:Berg & Holm Architects\\, Harbour Street 4\r\n"
+                          "ORGANIZER;CN=Anna Berg:mailto:anna@example.com\r\n"
+                          "ATTENDEE;CN=Anna Berg;PARTSTAT=ACCEPTED:mailto:anna@example.com\r\n"
+                          "ATTENDEE;CN=Alex Morgan;PARTSTAT=NEEDS-ACTION;RSVP=TRUE:"
+                          "mailto:alex@example.com\r\n"
+                          "END:VEVENT\r\nEND:VCALENDAR\r\n")
+        .arg(day)
+        .toUtf8();
+}
+
 } // namespace
 
 std::optional<QByteArray> blob(const QString& blobId)
 {
+    if (blobId == u"demo-invite")
+        return reviewInvitation();
     if (blobId == u"demo-garden-plan")
         return gardenPlan();
     if (blobId == u"demo-kitchen-plans")
@@ -349,6 +371,31 @@ QList<MailThread> threads(const QDateTime& now)
                      "</body></html>"),
                  {inbox},
                  false}}));
+
+    // A newsletter that can be left in one click.
+    for (Email& email : result.last().emails) {
+        email.listUnsubscribe =
+            QStringList{QStringLiteral("<mailto:leave@news.example.net?subject=unsubscribe>"),
+                        QStringLiteral("<https://news.example.net/unsubscribe?u=4821>")};
+        email.listUnsubscribePost = QStringLiteral("List-Unsubscribe=One-Click");
+    }
+
+    result.append(thread(
+        "dt-invite", "Invitation: Renovation walkthrough",
+        {Message{
+            "dm-invite-1",
+            anna,
+            {alex},
+            minutes(140),
+            lines({"Anna Berg has invited you to \"Renovation walkthrough\".", "",
+                   "Let's walk through the house with the joiner and agree on the order of work."}),
+            std::nullopt,
+            {inbox},
+            false,
+            false,
+            false,
+            {attachment("demo-invite", "invite.ics", "text/calendar",
+                        reviewInvitation().size())}}}));
 
     result.append(thread(
         "dt-release", "Release 2.4 go/no-go",

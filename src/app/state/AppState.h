@@ -1,9 +1,11 @@
 #pragma once
 
 #include "app/compose/ComposeDraft.h"
+#include "app/demo/DemoScene.h"
+#include "app/feedback/Feedback.h"
 #include "app/notify/MailNotifier.h"
 #include "app/notify/NotificationCenter.h"
-#include "app/demo/DemoScene.h"
+#include "app/platform/Question.h"
 #include "app/platform/WindowServices.h"
 #include "app/state/KeyContext.h"
 #include "app/state/ThreadCache.h"
@@ -13,7 +15,9 @@
 #include "config/ConfigStore.h"
 #include "content/AddressBook.h"
 #include "content/DraftSeed.h"
+#include "content/Invitation.h"
 #include "content/MailtoLink.h"
+#include "content/Unsubscribe.h"
 #include "jmap/Identity.h"
 #include "jmap/JMAPClient.h"
 #include "jmap/Mailbox.h"
@@ -83,6 +87,10 @@ struct AppEnvironment
     } timing;
     // How many messages one request of "Mark All as Read" marks.
     qint64 markAllReadBatchSize = 500;
+    // Where feedback mail goes; empty when this build has no address.
+    QString supportAddress = Feedback::supportAddress();
+    // The session for one-click unsubscribing; null makes a fresh one that keeps nothing.
+    QNetworkAccessManager* unsubscribeNetwork = nullptr;
 
     // New-mail notices and the launcher badge. Without a centre no notices are posted and the
     // unread inbox is not asked for; without a badge function no count is shown.
@@ -358,6 +366,40 @@ public:
     bool showsShortcuts() const { return m_showsShortcuts; }
     void setShowsShortcuts(bool shows);
 
+    // Invitations, unsubscribing and feedback: mail that Veldrin writes and sends by itself.
+    // Calendar parts read so far, and the answers sent during this run, by email id.
+    const QHash<QString, Invitation>& invitations() const { return m_invitations; }
+    const QHash<QString, ParticipationStatus>& invitationAnswers() const
+    {
+        return m_invitationAnswers;
+    }
+    // Reads the message's calendar part, once per message and run; a failure shows nothing.
+    void loadInvitation(const Email& email);
+    // The lower-cased addresses of every identity.
+    QSet<QString> ownAddresses() const;
+    // Whether answer() can send anything: a request (not a cancellation) with an organizer,
+    // the user among its attendees under an identity, and a Drafts mailbox.
+    bool canAnswer(const Invitation& invitation) const;
+    // The user's answer: sent during this run, else as the invitation records it; absent when
+    // there is none yet.
+    std::optional<ParticipationStatus> invitationAnswer(const QString& emailId,
+                                                        const Invitation& invitation) const;
+    // Sends the REPLY to the organizer and says so in a toast. Never throws: failures are
+    // reported, and impossible answers do nothing.
+    QCoro::Task<> answer(Invitation invitation, Email email, ParticipationStatus status);
+    // Opens the calendar part in the desktop's calendar application.
+    void addToCalendar(const Email& email);
+    // How the state asks before leaving a list; without it, only web pages open.
+    void setAskQuestion(AskQuestion ask) { m_askQuestion = std::move(ask); }
+    // Leaves the list the message came from: a web page opens at once, the other ways ask
+    // first. Never throws.
+    void unsubscribe(const Email& email);
+    // The identity feedback is sent from: the account's own address, else the first identity.
+    std::optional<Identity> feedbackIdentity() const;
+    const QString& supportAddress() const { return m_environment.supportAddress; }
+    // Sends a bug report or feature request to the support address; throws on failure.
+    QCoro::Task<> sendFeedback(QString text, FeedbackKind kind);
+
 Q_SIGNALS:
     void configChanged();
     void hasTokenChanged();
@@ -392,6 +434,8 @@ Q_SIGNALS:
     void showsShortcutsChanged();
     void draftsChanged();
     void pendingSendsChanged();
+    void invitationsChanged();
+    void invitationAnswersChanged();
 
 private:
     friend class MoveCommand;
@@ -603,4 +647,13 @@ private:
     int m_windowRequest = 0;
     // The desktop shows a badge only once start() has run, and never in demo mode.
     bool m_showsBadge = false;
+    // Invitations, unsubscribing and feedback.
+    static QCoro::Task<> runLoadInvitation(QPointer<AppState> self, Email email, BodyPart part);
+    QCoro::Task<> leave(Unsubscribe method, Email email);
+    QCoro::Task<> sendUnsubscribeMail(QString to, QString subject, QString body, Email answering);
+    // Stores the message in Drafts and submits it at once, filing it in Sent.
+    QCoro::Task<> sendGenerated(OutgoingMessage message);
+    QHash<QString, Invitation> m_invitations;
+    QHash<QString, ParticipationStatus> m_invitationAnswers;
+    AskQuestion m_askQuestion;
 };

@@ -67,6 +67,9 @@ public:
     // Stores a message in Drafts (replacing an earlier draft atomically) and gives its id.
     QCoro::Task<QString> saveDraft(OutgoingMessage message, QString draftsId,
                                    std::optional<QString> replacing);
+    // Stores a message with a calendar in Drafts with the METHOD on its calendar part; a server
+    // that refuses to write that header is given the whole MIME message to import instead.
+    QCoro::Task<QString> saveCalendarDraft(OutgoingMessage message, QString draftsId);
     // Submits a stored draft and gives the submission id. On success the server drops the
     // draft keyword and, with a sent mailbox, files it there; an envelope holds the delivery.
     QCoro::Task<QString> submit(QString emailId, QString identityId, QString draftsId,

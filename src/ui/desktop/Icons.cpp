@@ -76,6 +76,8 @@ const QHash<QString, Entry>& table()
         {QStringLiteral("keyboard"),
          {{"input-keyboard", "preferences-desktop-keyboard"}, QStyle::SP_FileDialogDetailedView}},
         {QStringLiteral("ladybug"), {{"tools-report-bug"}, QStyle::SP_MessageBoxQuestion}},
+        {QStringLiteral("lock.shield"),
+         {{"security-high", "object-locked", "system-lock-screen"}, QStyle::SP_VistaShield}},
         {QStringLiteral("plus"), {{"list-add"}, QStyle::SP_FileDialogNewFolder}},
         {QStringLiteral("plus.circle"), {{"list-add"}, QStyle::SP_FileDialogNewFolder}},
         {QStringLiteral("minus.circle"), {{"list-remove"}, QStyle::SP_DialogDiscardButton}},

@@ -98,7 +98,8 @@ MainMenus::MainMenus(AppState* state, MainWindow* window, QUndoStack* undoStack)
     shortcuts->setIcon(Icons::icon(QStringLiteral("keyboard")));
     help->addSeparator();
     m_feedback = help->addAction(Icons::icon(QStringLiteral("ladybug")),
-                                 tr("Report a Bug or Request a Feature…"));
+                                 tr("Report a Bug or Request a Feature…"), window,
+                                 &MainWindow::showFeedback);
 
     QObject::connect(state, &AppState::configChanged, this, &MainMenus::showState);
     QObject::connect(state, &AppState::accessChanged, this, &MainMenus::showState);
@@ -163,5 +164,4 @@ void MainMenus::showState()
     m_showAvatars->setChecked(m_state->config().showAvatars);
     m_contacts->setEnabled(m_state->hasContacts());
     m_maskedEmail->setEnabled(m_state->hasMaskedEmail());
-    m_feedback->setEnabled(false);
 }

@@ -2,6 +2,7 @@
 
 #include "ui/compose/ComposeWindows.h"
 
+#include "AskInWindow.h"
 #include "ErrorBar.h"
 #include "FolderPicker.h"
 #include "MainMenus.h"
@@ -11,6 +12,7 @@
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 #include "ui/desktop/UpdateAlert.h"
+#include "ui/feedback/FeedbackWindow.h"
 #include "ui/reader/AttachmentPreview.h"
 #include "ui/reader/MessageView.h"
 #include "ui/reader/RawMessageView.h"
@@ -110,6 +112,9 @@ MainWindow::MainWindow(AppState* state, QWidget* parent)
         show();
         raise();
         activateWindow();
+    });
+    state->setAskQuestion([this](const Question& question, std::function<void()> yes) {
+        askInWindow(this, question, std::move(yes));
     });
 
     QObject::connect(state, &AppState::paneFocusRequestChanged, this, &MainWindow::moveFocusToPane);
@@ -284,6 +289,21 @@ Updater* MainWindow::updater() const
 void MainWindow::showSettings()
 {
     SettingsWindow* window = settingsWindow();
+    window->show();
+    window->raise();
+    window->activateWindow();
+}
+
+FeedbackWindow* MainWindow::feedbackWindow()
+{
+    if (!m_feedback)
+        m_feedback = new FeedbackWindow(m_state, this);
+    return m_feedback;
+}
+
+void MainWindow::showFeedback()
+{
+    FeedbackWindow* window = feedbackWindow();
     window->show();
     window->raise();
     window->activateWindow();

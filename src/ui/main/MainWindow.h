@@ -27,6 +27,7 @@ class ThreadDetailView;
 class ComposeWindows;
 class ContactsWindow;
 class MaskedEmailWindow;
+class FeedbackWindow;
 class ThreadListView;
 
 // The main window: mailboxes, the thread list and the reader side by side, the error bar
@@ -55,6 +56,9 @@ public:
     // The settings window, made on first use.
     SettingsWindow* settingsWindow();
     void showSettings();
+    // "Report a Bug or Request a Feature", made on first use.
+    FeedbackWindow* feedbackWindow();
+    void showFeedback();
 
     // Builds that name an update feed: the menu item, the alert and the Settings section.
     void setUpdater(Updater* updater);
@@ -86,6 +90,7 @@ private:
     AttachmentPreview* m_preview;
     RawMessageView* m_rawMessage;
     QPointer<SettingsWindow> m_settings;
+    QPointer<FeedbackWindow> m_feedback;
     QUndoStack* m_undoStack;
     MainMenus* m_menus = nullptr;
     QToolBar* m_toolBar = nullptr;

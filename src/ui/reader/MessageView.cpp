@@ -1,10 +1,12 @@
 #include "MessageView.h"
 
 #include "AttachmentChip.h"
+#include "InvitationBox.h"
 #include "app/state/AppState.h"
 #include "content/DateFormat.h"
 #include "content/EmailAddresses.h"
 #include "content/EmailHTML.h"
+#include "content/Unsubscribe.h"
 #include "ui/desktop/Icons.h"
 #include "ui/threads/Avatar.h"
 #include "ui/threads/ElidedLabel.h"
@@ -177,8 +179,13 @@ MessageView::MessageView(AppState* state, const Email& email, QWidget* parent)
     m_editDraft = new QPushButton(tr("Edit Draft"), m_header);
     m_editDraft->setObjectName(QStringLiteral("editDraftButton"));
     m_editDraft->setAutoDefault(false);
+    m_unsubscribe = new QPushButton(tr("Unsubscribe"), m_header);
+    m_unsubscribe->setObjectName(QStringLiteral("unsubscribeButton"));
+    m_unsubscribe->setAutoDefault(false);
+    m_unsubscribe->setToolTip(tr("Leave the mailing list this message came from"));
     firstLine->addWidget(m_sender, 1);
     firstLine->addWidget(m_editDraft);
+    firstLine->addWidget(m_unsubscribe);
     firstLine->addWidget(m_flag);
     firstLine->addWidget(m_date);
     grid->addLayout(firstLine, 0, 1);
@@ -211,6 +218,10 @@ MessageView::MessageView(AppState* state, const Email& email, QWidget* parent)
     QObject::connect(m_editDraft, &QPushButton::clicked, this, [this] {
         if (m_state)
             m_state->editDraft(m_email);
+    });
+    QObject::connect(m_unsubscribe, &QPushButton::clicked, this, [this] {
+        if (m_state)
+            m_state->unsubscribe(m_email);
     });
     QObject::connect(state, &AppState::pendingSendsChanged, this, &MessageView::showPendingSend);
     QObject::connect(m_detailsToggle, &QToolButton::clicked, this, [this] {
@@ -248,6 +259,7 @@ void MessageView::showHeader()
     m_sender->setFullText(m_email.senderName());
     m_flag->setVisible(m_email.isFlagged());
     m_editDraft->setVisible(m_email.isDraft());
+    m_unsubscribe->setVisible(!m_email.isDraft() && Unsubscribe::method(m_email).has_value());
     m_date->setText(longDate(m_email.receivedAt));
     const QString to = m_email.to ? names(*m_email.to) : QString();
     m_recipients->setFullText(to.isEmpty() ? QString() : tr("To: %1").arg(to));
@@ -310,6 +322,7 @@ void MessageView::setExpanded(bool expanded)
         m_remoteRow = nullptr;
         m_pendingRow = nullptr;
         m_pendingText = nullptr;
+        m_invitation = nullptr;
         m_web = nullptr;
         m_attachments = nullptr;
         m_shownAttachments.clear();
@@ -382,6 +395,14 @@ void MessageView::buildBody()
     });
     m_bodyLayout->addWidget(m_pendingRow);
     m_bodyLayout->addWidget(m_remoteRow);
+    if (m_email.calendarPart()) {
+        // Inset like the rows above, so that it reads as part of this message.
+        auto* inset = new QVBoxLayout();
+        inset->setContentsMargins(12, 8, 12, 4);
+        m_invitation = new InvitationBox(m_state, m_email, m_body);
+        inset->addWidget(m_invitation);
+        m_bodyLayout->addLayout(inset);
+    }
     m_bodyLayout->addWidget(m_web);
     layout()->addWidget(m_body);
     showDetails();

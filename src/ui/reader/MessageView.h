@@ -9,6 +9,7 @@ class AppState;
 class AttachmentChip;
 class AvatarView;
 class ElidedLabel;
+class InvitationBox;
 class MailWebView;
 class QLabel;
 class QPushButton;
@@ -61,6 +62,10 @@ public:
     QWidget* detailsBox() const { return m_details; }
     QWidget* remoteContentRow() const { return m_remoteRow; }
     QPushButton* editDraftButton() const { return m_editDraft; }
+    // Shown when the message came from a list that can be left.
+    QPushButton* unsubscribeButton() const { return m_unsubscribe; }
+    // The calendar invitation of an expanded message; null otherwise.
+    InvitationBox* invitationBox() const { return m_invitation; }
     // "Sends <date>" with "Cancel Send", while the server holds this message.
     QWidget* pendingSendRow() const { return m_pendingRow; }
     QList<AttachmentChip*> attachmentChips() const;
@@ -97,6 +102,7 @@ private:
     ElidedLabel* m_recipients;
     QToolButton* m_detailsToggle;
     QPushButton* m_editDraft;
+    QPushButton* m_unsubscribe;
 
     QWidget* m_body = nullptr;
     QVBoxLayout* m_bodyLayout = nullptr;
@@ -104,6 +110,7 @@ private:
     QWidget* m_remoteRow = nullptr;
     QWidget* m_pendingRow = nullptr;
     QLabel* m_pendingText = nullptr;
+    InvitationBox* m_invitation = nullptr;
     MailWebView* m_web = nullptr;
     QWidget* m_attachments = nullptr;
     QList<BodyPart> m_shownAttachments;

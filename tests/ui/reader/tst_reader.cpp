@@ -505,6 +505,7 @@ void TestReader::windowLooksRight_data()
     QTest::addColumn<bool>("groupByDate");
     QTest::newRow("conversation") << "dt-garden" << false;
     QTest::newRow("newsletter, date sections") << "dt-news" << true;
+    QTest::newRow("invitation") << "dt-invite" << false;
 }
 
 // The demo mailbox, as a user sees it: nothing cut off, and when VELDRIN_SCREENSHOTS names a
