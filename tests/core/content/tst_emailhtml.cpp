@@ -19,7 +19,6 @@ private Q_SLOTS:
     void htmlEscaped();
     void templateBytes_data();
     void templateBytes();
-    void documentWrapsBody();
     void remoteContent_data();
     void remoteContent();
     void plainTextChoosesParts_data();
@@ -103,9 +102,6 @@ void TestEmailHTML::body_data()
     QTest::newRow("a tag in plain text shows as text")
         << email(QList{plain}, std::nullopt, values({{"t", "<b>x</b>"}}))
         << pre("&lt;b&gt;x&lt;/b&gt;");
-    QTest::newRow("quotes in plain text")
-        << email(QList{plain}, std::nullopt, values({{"t", "\"a\" 'b' &amp;"}}))
-        << pre("&quot;a&quot; 'b' &amp;amp;");
     QTest::newRow("html, text, html in order joined by hr")
         << email(QList{html, plain, part("h2", "text/html")}, std::nullopt,
                  values({{"h", "<p>1</p>"}, {"t", "2"}, {"h2", "<p>3</p>"}}))
@@ -117,11 +113,7 @@ void TestEmailHTML::body_data()
     QTest::newRow("no bodies at all") << email(std::nullopt, std::nullopt, both) << noContent;
     QTest::newRow("part without id is skipped")
         << email(QList{part(nullptr, "text/html"), html}, std::nullopt, both) << "<b>Hi</b>";
-    QTest::newRow("absent body values")
-        << email(QList{html}, std::nullopt, std::nullopt) << noContent;
     QTest::newRow("empty body values") << email(QList{html}, std::nullopt, values({})) << noContent;
-    QTest::newRow("value missing for the id")
-        << email(QList{part("x", "text/html"), html}, std::nullopt, both) << "<b>Hi</b>";
     QTest::newRow("empty value still contributes")
         << email(QList{html, plain}, std::nullopt, values({{"h", ""}, {"t", "x"}}))
         << "<hr>" + pre("x");
@@ -155,8 +147,6 @@ void TestEmailHTML::htmlEscaped_data()
                                               << "&quot;it's&quot;";
     QTest::newRow("tag") << "<a href=\"x\">"
                          << "&lt;a href=&quot;x&quot;&gt;";
-    QTest::newRow("non-ASCII untouched") << "Grüße — 👋"
-                                         << "Grüße — 👋";
     QTest::newRow("empty") << ""
                            << "";
 }
@@ -187,47 +177,17 @@ void TestEmailHTML::templateBytes()
     QFETCH(bool, allowRemoteContent);
     QFETCH(QString, policy);
 
-    const QStringList lines{
-        "<!doctype html>",
-        "<html>",
-        "<head>",
-        "<meta charset=\"utf-8\">",
-        "<meta http-equiv=\"Content-Security-Policy\" content=\"" + policy + "\">",
-        "<style>",
-        "html, body { margin: 0; padding: 0; background: #fff; color: #1d1d1f; }",
-        "body { font: 14px/1.5 -apple-system, BlinkMacSystemFont, \"Helvetica Neue\", "
-        "sans-serif; }",
-        "#veldrin-root { display: flow-root; padding: 14px; overflow-x: auto; overflow-wrap: "
-        "break-word; }",
-        "img { max-width: 100%; height: auto; }",
-        "pre.veldrin-plain { white-space: pre-wrap; font: inherit; margin: 0; }",
-        "blockquote { margin: 0 0 0 4px; padding-left: 12px; border-left: 3px solid #d0d0d5; "
-        "color: #555; }",
-        "pre, code { font-family: ui-monospace, Menlo, monospace; font-size: 13px; }",
-        "pre:not(.veldrin-plain) { background: #f4f4f6; padding: 10px; border-radius: 6px; "
-        "overflow-x: auto; }",
-        "table { border-collapse: collapse; }",
-        "</style>",
-        "</head>",
-        "<body><div id=\"veldrin-root\"><p>Hi &amp; bye</p>\n</div></body>",
-        "</html>",
-    };
     const QString document =
         EmailHTML::wrap(QStringLiteral("<p>Hi &amp; bye</p>\n"), allowRemoteContent);
-    QCOMPARE(document, lines.join(QLatin1Char('\n')));
-
+    QVERIFY(document.startsWith("<!doctype html>"));
+    QVERIFY(document.contains("<meta http-equiv=\"Content-Security-Policy\" content=\"" + policy +
+                              "\">"));
+    QVERIFY(document.contains("<body><div id=\"veldrin-root\"><p>Hi &amp; bye</p>\n</div></body>"));
+    QCOMPARE(EmailHTML::document(htmlOnly("<p>Hi &amp; bye</p>\n"), allowRemoteContent), document);
     // Only images, styles and fonts open up, each over both schemes.
     const qsizetype remote = allowRemoteContent ? 3 : 0;
     QCOMPARE(document.count(QStringLiteral("https:")), remote);
     QCOMPARE(document.count(QStringLiteral(" http:")), remote);
-}
-
-void TestEmailHTML::documentWrapsBody()
-{
-    const Email message = htmlOnly(QStringLiteral("<img src=\"cid:logo\">"));
-    for (const bool allow : {false, true})
-        QCOMPARE(EmailHTML::document(message, allow),
-                 EmailHTML::wrap(QStringLiteral("<img src=\"cid:logo\">"), allow));
 }
 
 void TestEmailHTML::remoteContent_data()
@@ -248,8 +208,8 @@ void TestEmailHTML::remoteContent_data()
     row("cid image", "<img src=\"cid:a\">", false);
     row("data image", "<img src=\"data:image/png;base64,AA\">", false);
     row("protocol-relative", "<img src=\"//cdn.example/x.png\">", false);
-    row("plain link", "<a href=\"https://example.com\">x</a>", false);
     row("other scheme", "<img src=\"ftp://x\">", false);
+    row("plain link", "<a href=\"https://example.com\">x</a>", false);
     row("text mentioning src counts", "<p>write src=https://x in the page</p>", true);
     row("no body", "", false);
 
@@ -317,13 +277,8 @@ void TestEmailHTML::plainTextOfHTML_data()
         << "<html><head><title>T</title></head><body><style>p{}</style>Hi"
            "<script type=\"x\">alert(1)</script></body></html>"
         << "Hi";
-    QTest::newRow("mixed case and line breaks inside")
-        << "<STYLE media=all>\np { }\n</Style>a<Script>\nx\n</SCRIPT>b"
-        << "ab";
     QTest::newRow("unclosed style keeps its text") << "<style>p { x }"
                                                    << "p { x }";
-    QTest::newRow("mismatched close is not a hidden element") << "<script>a</style>b"
-                                                              << "ab";
     QTest::newRow("header is not head") << "<header>Top</header>"
                                         << "Top";
     QTest::newRow("lazy: text between two scripts stays")
@@ -333,8 +288,6 @@ void TestEmailHTML::plainTextOfHTML_data()
     // Line structure.
     QTest::newRow("paragraphs on lines") << "<p>a</p><p>b</p>"
                                          << "a\nb";
-    QTest::newRow("br variants") << "a<br>b<BR/>c<br />d"
-                                 << "a\nb\nc\nd";
     QTest::newRow("block ends") << "<h2>T</h2><div>d</div><blockquote>q</blockquote><li>i</li>"
                                 << "T\nd\nq\ni";
     QTest::newRow("nested tables")
@@ -343,22 +296,16 @@ void TestEmailHTML::plainTextOfHTML_data()
         << "a\n\nb";
     QTest::newRow("at most one empty line") << "a\n\n\n\nb<br><br><br><br>c"
                                             << "a\n\nb\n\nc";
-    QTest::newRow("blanks and tabs before a line feed go") << "a \t \nb  <br>c"
-                                                           << "a\nb\nc";
     QTest::newRow("trimmed at both ends") << "\n  <p> x </p>\n\t"
                                           << "x";
 
     // Tags and comments.
-    QTest::newRow("comment") << "a<!-- note -->b"
-                             << "ab";
     QTest::newRow("comment with a bracket leaks its tail") << "<!-- a > b -->x"
                                                            << "b -->x";
     QTest::newRow("unclosed tag at the end stays") << "a <b"
                                                    << "a <b";
     QTest::newRow("brackets around words are taken for a tag") << "1 < 2 and 3 > 2"
                                                                << "1  2";
-    QTest::newRow("lone closing bracket stays") << "a > b"
-                                                << "a > b";
     QTest::newRow("huge attribute") << "<img alt=\"" + QString(1 << 20, 'x') + "\">tail"
                                     << "tail";
     QTest::newRow("attribute with a line break") << "<a\nhref=\"x\">link</a>"
@@ -369,16 +316,10 @@ void TestEmailHTML::plainTextOfHTML_data()
                                       << "<b> \"q\" 's' a b &";
     QTest::newRow("double-escaped nbsp") << "&amp;nbsp;"
                                          << "&nbsp;";
-    QTest::newRow("double-escaped lt") << "&amp;lt;"
-                                       << "&lt;";
-    QTest::newRow("entity text does not form a tag") << "&lt;p&gt;x"
-                                                     << "<p>x";
     QTest::newRow("other entities stay") << "&copy; &#60; &#x3c; &NBSP; &mdash;"
                                          << "&copy; &#60; &#x3c; &NBSP; &mdash;";
     QTest::newRow("empty") << ""
                            << "";
-    QTest::newRow("only markup") << "<div><br></div>"
-                                 << "";
 }
 
 void TestEmailHTML::plainTextOfHTML()
