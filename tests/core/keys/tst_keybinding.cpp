@@ -33,7 +33,6 @@ class TestKeyBinding : public QObject
 private Q_SLOTS:
     void fromText_data();
     void fromText();
-    void caseOfALoneCharacterMatters();
     void fromKey_data();
     void fromKey();
     void fromEvent_data();
@@ -52,7 +51,6 @@ void TestKeyBinding::fromText_data()
 
     const Binding none;
     QTest::newRow("empty") << "" << none;
-    QTest::newRow("only blanks") << "   " << none;
     QTest::newRow("plain letter") << "e" << Binding(make("e"));
     QTest::newRow("blanks around are trimmed") << "  e \t" << Binding(make("e"));
     QTest::newRow("lone plus") << "+" << Binding(make("+"));
@@ -65,6 +63,7 @@ void TestKeyBinding::fromText_data()
     QTest::newRow("function key is no key") << "ctrl+f1" << none;
     QTest::newRow("shift folds into letter") << "shift+a" << Binding(make("A"));
     QTest::newRow("upper-case letter") << "A" << Binding(make("A"));
+    QTest::newRow("escape in any case") << "ESC" << Binding(make("escape"));
     QTest::newRow("cmd upper-case letter") << "cmd+A" << Binding(make("A", true));
     QTest::newRow("cmd shift letter") << "cmd+shift+a" << Binding(make("A", true));
     QTest::newRow("shift on digit stays a digit") << "shift+1" << Binding(make("1"));
@@ -72,16 +71,12 @@ void TestKeyBinding::fromText_data()
         << "cmd+shift+enter" << Binding(make("enter", true, false, false, true));
     QTest::newRow("words and names in any case")
         << "Cmd+Shift+Return" << Binding(make("enter", true, false, false, true));
-    QTest::newRow("esc") << "esc" << Binding(make("escape"));
-    QTest::newRow("ESC") << "ESC" << Binding(make("escape"));
-    QTest::newRow("Escape") << "Escape" << Binding(make("escape"));
     QTest::newRow("backspace is delete") << "backspace" << Binding(make("delete"));
     QTest::newRow("shift space") << "shift+space"
                                  << Binding(make("space", false, false, false, true));
     QTest::newRow("symbols of the modifiers")
         << "⌃+⌥+⇧+⌘+x" << Binding(make("X", true, true, true, false));
     QTest::newRow("option words") << "alt+opt+option+x" << Binding(make("x", false, false, true));
-    QTest::newRow("command word") << "command+x" << Binding(make("x", true));
     QTest::newRow("accented letter") << "é" << Binding(make("é"));
     QTest::newRow("combining sequence is one character")
         << QStringLiteral("e\u0301") << Binding(make(QStringLiteral("e\u0301")));
@@ -90,10 +85,7 @@ void TestKeyBinding::fromText_data()
     QTest::newRow("ctrl is control") << "ctrl+x" << Binding(make("x", false, true));
 #else
     QTest::newRow("ctrl is the primary modifier") << "ctrl+x" << Binding(make("x", true));
-    QTest::newRow("control is the primary modifier") << "Control+x" << Binding(make("x", true));
     QTest::newRow("super") << "super+x" << Binding(make("x", false, true));
-    QTest::newRow("meta") << "meta+x" << Binding(make("x", false, true));
-    QTest::newRow("win") << "Win+x" << Binding(make("x", false, true));
     QTest::newRow("ctrl and cmd are one key") << "ctrl+cmd+r" << Binding(make("r", true));
 #endif
 }
@@ -104,15 +96,6 @@ void TestKeyBinding::fromText()
     QFETCH(Binding, expected);
     const Binding parsed = KeyBinding::fromText(text);
     QCOMPARE(describe(parsed), describe(expected));
-}
-
-void TestKeyBinding::caseOfALoneCharacterMatters()
-{
-    QVERIFY(KeyBinding::fromText("a") != KeyBinding::fromText("A"));
-    QVERIFY(KeyBinding::fromText("cmd+a") != KeyBinding::fromText("cmd+A"));
-    QCOMPARE(KeyBinding::fromText("cmd+A"), KeyBinding::fromText("cmd+shift+a"));
-    QCOMPARE(KeyBinding::fromText("shift+a"), KeyBinding::fromText("A"));
-    QCOMPARE(KeyBinding::fromText("Cmd+Shift+Return"), KeyBinding::fromText("cmd+shift+enter"));
 }
 
 void TestKeyBinding::fromKey_data()
@@ -161,8 +144,6 @@ void TestKeyBinding::fromEvent_data()
     QTest::newRow("shift space") << int(Qt::Key_Space) << Qt::KeyboardModifiers(Qt::ShiftModifier)
                                  << " "
                                  << "shift+space";
-    QTest::newRow("tab") << int(Qt::Key_Tab) << none << "\t"
-                         << "tab";
     QTest::newRow("backtab is shift tab")
         << int(Qt::Key_Backtab) << Qt::KeyboardModifiers(Qt::ShiftModifier) << ""
         << "shift+tab";
@@ -179,9 +160,6 @@ void TestKeyBinding::fromEvent_data()
                            << "down";
     QTest::newRow("letter") << int(Qt::Key_E) << none << "e"
                             << "e";
-    QTest::newRow("shift letter") << int(Qt::Key_A) << Qt::KeyboardModifiers(Qt::ShiftModifier)
-                                  << "A"
-                                  << "A";
     QTest::newRow("shift 1 types the exclamation mark")
         << int(Qt::Key_Exclam) << Qt::KeyboardModifiers(Qt::ShiftModifier) << "!"
         << "!";
@@ -194,9 +172,6 @@ void TestKeyBinding::fromEvent_data()
     QTest::newRow("ctrl shift letter")
         << int(Qt::Key_A) << (Qt::ControlModifier | Qt::ShiftModifier) << "\x01"
         << "cmd+shift+a";
-    QTest::newRow("ctrl letter without text")
-        << int(Qt::Key_M) << Qt::KeyboardModifiers(Qt::ControlModifier) << ""
-        << "cmd+m";
     QTest::newRow("super is control")
         << int(Qt::Key_K) << Qt::KeyboardModifiers(Qt::MetaModifier) << "k"
         << "⌃+k";
@@ -215,8 +190,6 @@ void TestKeyBinding::fromEvent_data()
                                   << "";
     QTest::newRow("dead key") << int(Qt::Key_Dead_Acute) << none << ""
                               << "";
-    QTest::newRow("unknown key") << int(Qt::Key_unknown) << none << ""
-                                 << "";
     QTest::newRow("text of two characters falls back to the key") << int(Qt::Key_A) << none << "ab"
                                                                   << "a";
 }
@@ -253,9 +226,6 @@ void TestKeyBinding::display_data()
     QTest::newRow("lower-case letter") << "a"
                                        << "A"
                                        << "A";
-    QTest::newRow("punctuation") << "!"
-                                 << "!"
-                                 << "!";
     QTest::newRow("plus") << "cmd++"
                           << "Ctrl++"
                           << "⌘+";
@@ -268,9 +238,6 @@ void TestKeyBinding::display_data()
     QTest::newRow("tab") << "shift+tab"
                          << "Shift+Tab"
                          << "⇧⇥";
-    QTest::newRow("arrows") << "up"
-                            << "Up"
-                            << "↑";
     QTest::newRow("all four in order") << "shift+⌃+⌥+⌘+left"
                                        << "Ctrl+Alt+Shift+Super+Left"
                                        << "⌃⌥⇧⌘←";

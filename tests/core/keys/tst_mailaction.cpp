@@ -9,98 +9,41 @@ class TestMailAction : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void rawValuesRoundTrip();
-    void unknownRawValues_data();
-    void unknownRawValues();
-    void everyDefaultParses();
-    void noTwoActionsOfAScopeShareADefault();
-    void composeScopeIsTheLastSix();
-    void titlesAreDistinct();
-    void defaultKeybindingsHoldEveryActionOnce();
+    void everyActionIsWellFormed();
     void bindingFromConfig_data();
     void bindingFromConfig();
 };
 
-void TestMailAction::rawValuesRoundTrip()
+void TestMailAction::everyActionIsWellFormed()
 {
     const auto& actions = MailAction::allCases();
-    QCOMPARE(actions.size(), 31);
-    QCOMPARE(actions.first().rawValue(), QString("compose"));
-    QCOMPARE(actions.last().rawValue(), QString("discard"));
+    const auto& defaults = AppConfig::defaultKeybindings();
+    QCOMPARE(defaults.size(), actions.size());
+    QSet<QString> titles;
+    QHash<KeyBinding, MailAction> seen;
     for (int index = 0; index < actions.size(); ++index) {
         const MailAction action = actions.at(index);
+        const char* name = qPrintable(action.rawValue());
+        // Config files store the raw value: it must read back as the same action.
         QCOMPARE(int(MailAction::Value(action)), index);
         const auto back = MailAction::fromRawValue(action.rawValue());
-        QVERIFY2(back && *back == action, qPrintable(action.rawValue()));
-    }
-}
+        QVERIFY2(back && *back == action, name);
+        QCOMPARE(defaults.value(action.rawValue()), action.defaultBinding());
+        titles.insert(action.title());
 
-void TestMailAction::unknownRawValues_data()
-{
-    QTest::addColumn<QString>("rawValue");
-    QTest::newRow("empty") << "";
-    QTest::newRow("other case") << "Archive";
-    QTest::newRow("title instead of name") << "Reply All";
-    QTest::newRow("unknown") << "snooze";
-}
-
-void TestMailAction::unknownRawValues()
-{
-    QFETCH(QString, rawValue);
-    QVERIFY(!MailAction::fromRawValue(rawValue));
-}
-
-void TestMailAction::everyDefaultParses()
-{
-    for (const MailAction action : MailAction::allCases()) {
         const auto binding = KeyBinding::fromText(action.defaultBinding());
-        QVERIFY2(binding, qPrintable(action.rawValue()));
+        QVERIFY2(binding, name);
         // The compose window needs keys that act while the user types in the body.
         if (action.scope() == MailAction::Scope::Compose)
-            QVERIFY2(binding->worksWhileTyping(), qPrintable(action.rawValue()));
+            QVERIFY2(binding->worksWhileTyping(), name);
+        // Matching runs the first action of a binding, so a shared default would hide the other.
+        const auto clash = seen.constFind(*binding);
+        QVERIFY2(clash == seen.constEnd() || clash->scope() != action.scope(), name);
+        seen.insert(*binding, action);
     }
-}
-
-void TestMailAction::noTwoActionsOfAScopeShareADefault()
-{
-    // Matching runs the first action of a binding, so a shared default would hide the other.
-    QHash<KeyBinding, MailAction> seen;
-    for (const MailAction action : MailAction::allCases()) {
-        const KeyBinding binding = *KeyBinding::fromText(action.defaultBinding());
-        const auto clash = seen.constFind(binding);
-        if (clash != seen.constEnd() && clash->scope() == action.scope())
-            QFAIL(qPrintable(QStringLiteral("%1 and %2 share a default")
-                                 .arg(clash->rawValue(), action.rawValue())));
-        seen.insert(binding, action);
-    }
-}
-
-void TestMailAction::composeScopeIsTheLastSix()
-{
-    QStringList compose;
-    for (const MailAction action : MailAction::allCases()) {
-        if (action.scope() == MailAction::Scope::Compose)
-            compose.append(action.rawValue());
-    }
-    QCOMPARE(compose, QStringList({"send", "sendAndArchive", "attach", "toggleMarkdown",
-                                   "togglePreview", "discard"}));
-}
-
-void TestMailAction::titlesAreDistinct()
-{
-    QSet<QString> titles;
-    for (const MailAction action : MailAction::allCases())
-        titles.insert(action.title());
-    QCOMPARE(titles.size(), MailAction::allCases().size());
-    QCOMPARE(MailAction(MailAction::Move).title(), QString("Move to Folder…"));
-}
-
-void TestMailAction::defaultKeybindingsHoldEveryActionOnce()
-{
-    const auto& defaults = AppConfig::defaultKeybindings();
-    QCOMPARE(defaults.size(), MailAction::allCases().size());
-    for (const MailAction action : MailAction::allCases())
-        QCOMPARE(defaults.value(action.rawValue()), action.defaultBinding());
+    QCOMPARE(titles.size(), actions.size());
+    for (const QString raw : {"", "Archive", "Reply All", "snooze"})
+        QVERIFY2(!MailAction::fromRawValue(raw), qPrintable(raw));
 }
 
 void TestMailAction::bindingFromConfig_data()
