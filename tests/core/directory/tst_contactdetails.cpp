@@ -145,11 +145,9 @@ void TestContactDetails::isEmpty_data()
     QTest::addColumn<ContactDetails>("details");
     QTest::addColumn<bool>("empty");
     QTest::newRow("blank form") << form("", "", "", {}) << true;
-    QTest::newRow("only a note") << form("", "", "", {}, {}, "call back") << true;
     QTest::newRow("only a phone") << form("", "", "", {}, {"+45 12 34 56 78"}) << true;
     QTest::newRow("white space name and blank email") << form("  \n", "\t", " ", {" ", ""}) << true;
     QTest::newRow("surname") << form("", "King", "", {}) << false;
-    QTest::newRow("organization") << form("", "", "Acme", {}) << false;
     QTest::newRow("email") << form("", "", "", {"", "a@acme.example"}) << false;
 }
 
@@ -228,11 +226,8 @@ void TestContactDetails::patch_data()
     QTest::newRow("clearing both names writes null")
         << ada << form("", "", "", {"a@x.example", "b@x.example"}, {"111"})
         << QByteArray(R"({"name": null})");
-    QTest::newRow("padding and blank rows are no change")
-        << ada << form(" Ada ", "King\n", " ", {"", " a@x.example", "b@x.example ", " "}, {"111 "})
-        << QByteArray("{}");
-    QTest::newRow("reordering sends nothing")
-        << ada << form("Ada", "King", "", {"b@x.example", "a@x.example"}, {"111"})
+    QTest::newRow("padding, blank rows and another order are no change")
+        << ada << form(" Ada ", "King\n", " ", {"", "b@x.example ", " a@x.example", " "}, {"111 "})
         << QByteArray("{}");
     QTest::newRow("changing one of two entries uses a fresh key")
         << ada << form("Ada", "King", "", {"a@x.example", "c@x.example"}, {"111"})
@@ -252,10 +247,6 @@ void TestContactDetails::patch_data()
         << QByteArray(
                R"({"id":"c","emails":{"e1":{"address":" "},"e2":{"address":"a@x.example"}}})")
         << form("", "", "", {"a@x.example"}) << QByteArray(R"({"emails/e1": null})");
-    QTest::newRow("a card of blank addresses only loses them")
-        << QByteArray(R"({"id":"c","organizations":{"o1":{"name":"Acme"}},
-                          "emails":{"e1":{"address":""}}})")
-        << form("", "", "Acme", {}) << QByteArray(R"({"emails": null})");
     QTest::newRow("a padded stored address is written again trimmed")
         << QByteArray(R"({"id":"c","emails":{"e1":{"address":" a@x.example"},
                                               "e2":{"address":"b@x.example"}}})")
@@ -274,10 +265,6 @@ void TestContactDetails::patch_data()
 
     const QByteArray gapped =
         R"({"id":"c","emails":{"e1":{"address":"a@x.example"},"e3":{"address":"c@x.example"}}})";
-    QTest::newRow("e1 and e3 kept, two added: e2 and e4")
-        << gapped << form("", "", "", {"a@x.example", "c@x.example", "x@x.example", "y@x.example"})
-        << QByteArray(R"({"emails/e2": {"@type": "EmailAddress", "address": "x@x.example"},
-                          "emails/e4": {"@type": "EmailAddress", "address": "y@x.example"}})");
     QTest::newRow("e1 kept, e3 removed, two added: still e2 and e4")
         << gapped << form("", "", "", {"a@x.example", "x@x.example", "y@x.example"})
         << QByteArray(R"({"emails/e3": null,
@@ -289,10 +276,6 @@ void TestContactDetails::patch_data()
                                               "keep":{"address":"k@x.example"}}})")
         << form("", "", "", {"k@x.example", "n@x.example"}) << QByteArray(R"({"emails/a~1b~0": null,
                           "emails/e1": {"@type": "EmailAddress", "address": "n@x.example"}})");
-    QTest::newRow("a map written whole needs no escaping")
-        << QByteArray(R"({"id":"c","emails":{"a/b":{"address":"gone@x.example"}}})")
-        << form("", "", "", {"n@x.example"})
-        << QByteArray(R"({"emails": {"e1": {"@type": "EmailAddress", "address": "n@x.example"}}})");
     QTest::newRow("organization key with a slash is escaped")
         << QByteArray(R"({"id":"c","organizations":{"o/1":{"name":"Acme"}}})")
         << form("", "", "Acme Ltd", {}) << QByteArray(R"({"organizations/o~11/name": "Acme Ltd"})");

@@ -65,22 +65,16 @@ void TestMaskedEmail::origin_data()
     QTest::addColumn<QString>("expected");
     QTest::newRow("empty is valid and empty") << ""
                                               << "";
-    QTest::newRow("white space is valid and empty") << " \t "
-                                                    << "";
     QTest::newRow("bare host gets https") << "shop.example"
                                           << "https://shop.example";
     QTest::newRow("pasted link keeps its origin") << "  HTTP://Shop.EXAMPLE:8080/a?b#c "
                                                   << "http://shop.example:8080";
-    QTest::newRow("query right after the host") << "shop.example?ref=1"
-                                                << "https://shop.example";
     QTest::newRow("https keeps an explicit 443") << "shop.example:443"
                                                  << "https://shop.example:443";
     QTest::newRow("port written anew") << "shop.example:0080"
                                        << "https://shop.example:80";
     QTest::newRow("accented host") << "Café.example"
                                    << "https://café.example";
-    QTest::newRow("double dot passes") << "a..example"
-                                       << "https://a..example";
     QTest::newRow("ftp is no site") << "ftp://shop.example" << absent;
     QTest::newRow("scheme without host") << "https://" << absent;
     QTest::newRow("localhost has no dot") << "localhost" << absent;
@@ -89,8 +83,6 @@ void TestMaskedEmail::origin_data()
     QTest::newRow("trailing dot") << "shop.example." << absent;
     QTest::newRow("port zero") << "shop.example:0" << absent;
     QTest::newRow("port too large") << "shop.example:65536" << absent;
-    QTest::newRow("empty port") << "shop.example:" << absent;
-    QTest::newRow("two colons") << "shop.example:80:90" << absent;
     QTest::newRow("space inside") << "shop example.com" << absent;
     QTest::newRow("line break is not trimmed") << "shop.example\n" << absent;
 }
@@ -236,8 +228,6 @@ void TestMaskedEmail::createFailures_data()
         << QByteArray(R"({"notCreated":{"new":{"type":"invalidProperties",
             "description":"emailPrefix must be lowercase letters","properties":["emailPrefix"]}}})")
         << "JMAP error: invalidProperties (emailPrefix must be lowercase letters [emailPrefix])";
-    QTest::newRow("rate limited") << QByteArray(R"({"notCreated":{"new":{"type":"rateLimit"}}})")
-                                  << "JMAP error: rateLimit";
     QTest::newRow("no created map") << QByteArray(R"({"oldState":"1"})")
                                     << "Unexpected response from Fastmail: created masked email";
     QTest::newRow("created entry not an object")
