@@ -47,8 +47,6 @@ private Q_SLOTS:
     void loadsFromTheServer();
     void createGoesFirstAndToTheClipboard();
     void failedCreateLeavesListAndClipboard();
-    void overlappingLoadAndReset();
-    void cancelledLoadLeavesError();
     void updateOfARecordThatLeftStillSucceeds();
     void setStateRemovesOnlyWhenDeleted();
     void withoutServiceActsOnTheList();
@@ -125,39 +123,6 @@ void TestMaskedEmailStore::failedCreateLeavesListAndClipboard()
     QCOMPARE(store->error(), QString("Unexpected response from Fastmail: created masked email"));
     QCOMPARE(idsOf(store->items()), QStringList{"old"});
     QCOMPARE(QGuiApplication::clipboard()->text(), QString("untouched"));
-}
-
-void TestMaskedEmailStore::overlappingLoadAndReset()
-{
-    store->setService(service);
-    service->gate.closed = true;
-    auto first = store->load();
-    auto second = store->load();
-    QVERIFY(second.isReady());
-    QCOMPARE(service->listCalls, 1);
-
-    auto other = std::make_shared<FakeMaskedEmailService>();
-    other->records = {record("three")};
-    store->setService(other);
-    QVERIFY(!store->isLoading());
-    QVERIFY(!store->hasLoaded());
-    await(store->load());
-    QCOMPARE(idsOf(store->items()), QStringList{"three"});
-
-    service->gate.release();
-    await(std::move(first));
-    QCOMPARE(idsOf(store->items()), QStringList{"three"});
-}
-
-void TestMaskedEmailStore::cancelledLoadLeavesError()
-{
-    store->setService(service);
-    await(store->load());
-    store->setError("Earlier failure");
-    service->failure = std::make_exception_ptr(CancelledError());
-    await(store->load());
-    QCOMPARE(store->error(), QString("Earlier failure"));
-    QCOMPARE(store->items().size(), 2);
 }
 
 void TestMaskedEmailStore::updateOfARecordThatLeftStillSucceeds()
