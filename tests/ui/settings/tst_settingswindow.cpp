@@ -220,8 +220,6 @@ void TestSettingsWindow::steppers_data()
     using L = QList<qint64>;
     QTest::newRow("page size stops at 10")
         << "pageSize" << qint64(20) << "--+" << L{10, 10, 20} << "Conversations per page: 20";
-    QTest::newRow("page size stops at 200")
-        << "pageSize" << qint64(190) << "++" << L{200, 200} << "Conversations per page: 200";
     QTest::newRow("refresh steps by 15 from 15") << "refreshIntervalSeconds" << qint64(15) << "-+"
                                                  << L{15, 30} << "Refresh every 30 seconds";
     QTest::newRow("undo send off at 0")
@@ -411,11 +409,6 @@ void TestSettingsWindow::keybindingNotes_data()
                                    << "send"
                                    << "E"
                                    << "";
-    QTest::newRow("across scopes, other side") << "send"
-                                               << "e"
-                                               << "archive"
-                                               << "E"
-                                               << "";
     QTest::newRow("display") << "archive"
                              << "Cmd+Shift+Return"
                              << "archive"
