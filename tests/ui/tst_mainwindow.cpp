@@ -68,10 +68,7 @@ private Q_SLOTS:
     void failureStandsInTheErrorBarUntilDismissed();
     void failedKeychainWriteKeepsTheTypedToken();
     void removeTokenReturnsToThePrompt();
-    void badges_data();
-    void badges();
     void modelUpdatesRowsInPlace();
-    void sidebarShowsTheTree();
     void threeColumnsWithTheSyncFooter();
 
 private:
@@ -245,28 +242,6 @@ void TestMainWindow::removeTokenReturnsToThePrompt()
     QCOMPARE(stack->currentWidget()->objectName(), QString("noTokenState"));
 }
 
-void TestMainWindow::badges_data()
-{
-    QTest::addColumn<qint64>("unread");
-    QTest::addColumn<qint64>("total");
-    QTest::addColumn<bool>("showTotal");
-    QTest::addColumn<QString>("badge");
-    QTest::newRow("unread only") << qint64(3) << qint64(40) << false << "3";
-    QTest::newRow("nothing unread") << qint64(0) << qint64(40) << false << "";
-    QTest::newRow("total with unread") << qint64(3) << qint64(40) << true << "3 / 40";
-    QTest::newRow("total without unread") << qint64(0) << qint64(40) << true << "40";
-    QTest::newRow("total of an empty mailbox") << qint64(0) << qint64(0) << true << "";
-}
-
-void TestMainWindow::badges()
-{
-    QFETCH(qint64, unread);
-    QFETCH(qint64, total);
-    QFETCH(bool, showTotal);
-    QFETCH(QString, badge);
-    QCOMPARE(MailboxListModel::badge(box("m", unread, total), showTotal), badge);
-}
-
 void TestMainWindow::modelUpdatesRowsInPlace()
 {
     auto state = makeState();
@@ -283,44 +258,6 @@ void TestMainWindow::modelUpdatesRowsInPlace()
     QCOMPARE(model.rowCount(), 1);
     QVERIFY(b.isValid());
     QCOMPARE(b.row(), 0);
-}
-
-void TestMainWindow::sidebarShowsTheTree()
-{
-    auto state = makeState();
-    Mailbox projects = box("projects", 0, 0);
-    projects.name = "Projects";
-    Mailbox veldrin = box("veldrin", 1, 2);
-    veldrin.name = "Veldrin";
-    veldrin.parentId = "projects";
-    Mailbox inbox = box("inbox", 0, 5);
-    inbox.role = "inbox";
-    Mailbox empty = box("old", 0, 0);
-    empty.name = "Trips";
-    state->setMailboxes({projects, veldrin, inbox, empty});
-    MailboxListModel model(state.get());
-    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
-    // The inbox leads by role; the subfolder sits under its parent, one level in.
-    QCOMPARE(model.rowCount(), 4);
-    QCOMPARE(model.index(0).data(MailboxListModel::IdRole).toString(), QString("inbox"));
-    QCOMPARE(model.index(2).data(MailboxListModel::IdRole).toString(), QString("veldrin"));
-    QCOMPARE(model.index(2).data(MailboxListModel::DepthRole).toInt(), 1);
-    QVERIFY(model.index(1).data(MailboxListModel::HasChildrenRole).toBool());
-
-    state->toggleCollapsed("projects");
-    QCOMPARE(state->config().collapsedMailboxes, QStringList{"projects"});
-    QCOMPARE(model.rowCount(), 3);
-    QVERIFY(model.index(1).data(MailboxListModel::CollapsedRole).toBool());
-    state->toggleCollapsed("projects");
-    QCOMPARE(model.rowCount(), 4);
-
-    // An empty folder hidden when empty leaves the list, unless it is the one on show.
-    AppConfig config = state->config();
-    config.hideWhenEmpty = {"old"};
-    state->setConfig(config);
-    QCOMPARE(model.rowCount(), 3);
-    state->setSelectedMailboxId("old");
-    QCOMPARE(model.rowCount(), 4);
 }
 
 void TestMainWindow::threeColumnsWithTheSyncFooter()

@@ -103,16 +103,29 @@ void TestSidebar::rowTexts_data()
     QTest::addColumn<bool>("showTotal");
     QTest::addColumn<QString>("spoken");
     QTest::addColumn<QString>("toolTip");
+    QTest::addColumn<QString>("badge");
     QTest::newRow("unread") << "Inbox" << qint64(2) << qint64(4) << false << "Inbox, 2 unread"
-                            << "Inbox: 4 conversations, 2 unread";
+                            << "Inbox: 4 conversations, 2 unread"
+                            << "2";
     QTest::newRow("nothing unread") << "Sent" << qint64(0) << qint64(9) << false << "Sent"
-                                    << "Sent: 9 conversations, 0 unread";
+                                    << "Sent: 9 conversations, 0 unread"
+                                    << "";
     QTest::newRow("count on show")
         << "Projects" << qint64(1) << qint64(8) << true << "Projects, 1 unread, 8 conversations"
-        << "Projects: 8 conversations, 1 unread";
+        << "Projects: 8 conversations, 1 unread"
+        << "1 / 8";
+    QTest::newRow("count on show, nothing unread")
+        << "Sent" << qint64(0) << qint64(9) << true << "Sent, 9 conversations"
+        << "Sent: 9 conversations, 0 unread"
+        << "9";
+    QTest::newRow("count on show of an empty mailbox")
+        << "Trash" << qint64(0) << qint64(0) << true << "Trash"
+        << "Trash: 0 conversations, 0 unread"
+        << "";
     QTest::newRow("placeholder in the name")
         << "A%2 %1" << qint64(2) << qint64(4) << false << "A%2 %1, 2 unread"
-        << "A%2 %1: 4 conversations, 2 unread";
+        << "A%2 %1: 4 conversations, 2 unread"
+        << "2";
 }
 
 void TestSidebar::rowTexts()
@@ -135,6 +148,7 @@ void TestSidebar::rowTexts()
     MailboxListModel model(state.get());
     QTEST(model.index(0).data(Qt::AccessibleTextRole).toString(), "spoken");
     QTEST(model.index(0).data(Qt::ToolTipRole).toString(), "toolTip");
+    QTEST(model.index(0).data(MailboxListModel::BadgeRole).toString(), "badge");
 }
 
 void TestSidebar::screenReaderMeetsAFolderTree()
