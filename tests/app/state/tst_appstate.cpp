@@ -198,24 +198,16 @@ void TestAppState::optionalLookupsFailSilently()
 
 void TestAppState::failuresStopAndShowTheirText()
 {
-    network->setResponse(FakeNetwork::sessionUrl(), {401, "no"});
+    // A rejected token is shown by the main window's error bar test; a broken answer after the
+    // session stops the connection too.
+    network->respondTo("Mailbox/get", QJsonObject{{"list", QJsonArray{QJsonObject{{"id", "x"}}}}});
     auto state = makeState();
     await(state->connect());
-    QCOMPARE(state->errorMessage(),
-             std::optional<QString>("Fastmail rejected the API token. Check it in Settings."));
+    QVERIFY(
+        state->errorMessage()->startsWith("Unexpected response from Fastmail: Array<Mailbox>: "));
+    QCOMPARE(state->accountName(), std::optional<QString>("user@example.com"));
     QVERIFY(!state->isConnected());
     QVERIFY(!state->service());
-
-    FakeNetwork broken;
-    broken.respondTo("Mailbox/get", QJsonObject{{"list", QJsonArray{QJsonObject{{"id", "x"}}}}});
-    network = std::make_unique<FakeNetwork>();
-    network->respondTo("Mailbox/get", QJsonObject{{"list", QJsonArray{QJsonObject{{"id", "x"}}}}});
-    auto second = makeState();
-    await(second->connect());
-    QVERIFY(
-        second->errorMessage()->startsWith("Unexpected response from Fastmail: Array<Mailbox>: "));
-    QCOMPARE(second->accountName(), std::optional<QString>("user@example.com"));
-    QVERIFY(!second->service());
 }
 
 void TestAppState::selectionSurvivesReconnect()

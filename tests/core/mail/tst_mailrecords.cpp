@@ -54,13 +54,9 @@ private slots:
     void requiredKeysFailTheWholeList_data();
     void requiredKeysFailTheWholeList();
     void nullOptionalsAreAbsent();
-    void keywords_data();
-    void keywords();
     void senderName_data();
     void senderName();
     void attachmentViews();
-    void propertyLists();
-    void addresses();
     void threadViews();
     void anchorFallsBackToLastEmail();
     void participants_data();
@@ -97,10 +93,6 @@ void TestMailRecords::requiredKeysFailTheWholeList_data()
     QTest::addColumn<QString>("message");
     QTest::newRow("missing id") << "id" << QJsonValue(QJsonValue::Undefined)
                                 << "No value for the required key \"id\".";
-    QTest::newRow("missing threadId") << "threadId" << QJsonValue(QJsonValue::Undefined)
-                                      << "No value for the required key \"threadId\".";
-    QTest::newRow("missing keywords") << "keywords" << QJsonValue(QJsonValue::Undefined)
-                                      << "No value for the required key \"keywords\".";
     QTest::newRow("null mailboxIds") << "mailboxIds" << QJsonValue(QJsonValue::Null)
                                      << "No value for the required key \"mailboxIds\".";
     QTest::newRow("keyword not a boolean")
@@ -147,28 +139,6 @@ void TestMailRecords::nullOptionalsAreAbsent()
     QVERIFY(!email.hasAttachment);
 }
 
-void TestMailRecords::keywords_data()
-{
-    QTest::addColumn<QJsonObject>("keywords");
-    QTest::addColumn<bool>("seen");
-    QTest::addColumn<bool>("flagged");
-    QTest::addColumn<bool>("draft");
-    QTest::newRow("empty") << QJsonObject{} << false << false << false;
-    QTest::newRow("seen stored false") << QJsonObject{{"$seen", false}} << false << false << false;
-    QTest::newRow("seen and flagged")
-        << QJsonObject{{"$seen", true}, {"$flagged", true}} << true << true << false;
-    QTest::newRow("draft") << QJsonObject{{"$draft", true}} << false << false << true;
-}
-
-void TestMailRecords::keywords()
-{
-    QFETCH(QJsonObject, keywords);
-    const Email e = email("M1", "a@example.com", std::nullopt, keywords);
-    QTEST(e.isSeen(), "seen");
-    QTEST(e.isFlagged(), "flagged");
-    QTEST(e.isDraft(), "draft");
-}
-
 void TestMailRecords::senderName_data()
 {
     QTest::addColumn<QJsonValue>("from");
@@ -176,9 +146,6 @@ void TestMailRecords::senderName_data()
     QTest::newRow("name") << QJsonValue(QJsonArray{QJsonObject{{"name", "Anna"}, {"email", "a@x"}},
                                                    QJsonObject{{"name", "Bo"}, {"email", "b@x"}}})
                           << "Anna";
-    QTest::newRow("empty name") << QJsonValue(
-                                       QJsonArray{QJsonObject{{"name", ""}, {"email", "a@x"}}})
-                                << "a@x";
     QTest::newRow("no name") << QJsonValue(QJsonArray{QJsonObject{{"email", "a@x"}}}) << "a@x";
     QTest::newRow("empty list") << QJsonValue(QJsonArray{}) << "(unknown sender)";
     QTest::newRow("absent") << QJsonValue(QJsonValue::Null) << "(unknown sender)";
@@ -215,30 +182,6 @@ void TestMailRecords::attachmentViews()
     QCOMPARE(other.listedAttachments().size(), 3);
     QVERIFY(Email::fromJson(minimalEmail()).listedAttachments().isEmpty());
     QVERIFY(!Email::fromJson(minimalEmail()).calendarPart());
-}
-
-void TestMailRecords::propertyLists()
-{
-    QCOMPARE(Email::summaryProperties,
-             QStringList({"id", "threadId", "blobId", "mailboxIds", "keywords", "from", "to",
-                          "subject", "receivedAt", "preview", "hasAttachment", "messageId"}));
-    QCOMPARE(Email::detailProperties.mid(0, 12), Email::summaryProperties);
-    QCOMPARE(Email::detailProperties.mid(12),
-             QStringList({"cc", "bcc", "replyTo", "inReplyTo", "references", "size", "bodyValues",
-                          "textBody", "htmlBody", "attachments", "header:List-Unsubscribe:asURLs",
-                          "header:List-Unsubscribe-Post:asText"}));
-}
-
-void TestMailRecords::addresses()
-{
-    const EmailAddress bare{std::nullopt, "a@x"};
-    QCOMPARE(bare.toJson(), (QJsonObject{{"name", QJsonValue::Null}, {"email", "a@x"}}));
-    QCOMPARE(EmailAddress::fromJson(QJsonObject{{"name", "Anna"}, {"email", "a@x"}}),
-             (EmailAddress{"Anna", "a@x"}));
-    const Identity unnamed{"I1", "", "me@x", std::nullopt};
-    const Identity named{"I2", "Me", "me@x", std::nullopt};
-    QCOMPARE(identityAddress(unnamed), (EmailAddress{std::nullopt, "me@x"}));
-    QCOMPARE(identityAddress(named), (EmailAddress{"Me", "me@x"}));
 }
 
 void TestMailRecords::threadViews()
