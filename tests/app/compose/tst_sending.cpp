@@ -51,7 +51,6 @@ private Q_SLOTS:
     void undoToastLastsLessThanTheHold();
     void sendAndArchiveUndoReturnsTheConversationEvenWhenTooLate();
     void refusedSubmissionLeavesTheDraftOpen();
-    void scheduledSendsCanBeStoppedFromTheReader();
     void demoSendingStaysLocal();
 };
 
@@ -225,36 +224,6 @@ void TestSending::refusedSubmissionLeavesTheDraftOpen()
     QVERIFY(!draft->isSending());
     QCOMPARE(state->draft(draft->id()), draft);
     QVERIFY(f.server.find(*draft->serverDraftId));
-}
-
-void TestSending::scheduledSendsCanBeStoppedFromTheReader()
-{
-    ComposeFixture f;
-    setMaxDelayedSend(f.network, 86400);
-    auto state = f.started();
-    ComposeDraft* draft = state->compose();
-    draft->setTo("a@example.com");
-    draft->setSubject("Later");
-    await(state->sendLater(draft, QDateTime::currentDateTime().addSecs(3600)));
-    QVERIFY(state->toast()->message.startsWith("Scheduled for "));
-    const QString emailId = f.server.submissions.at(0)["emailId"].toString();
-    QCOMPARE(f.server.submissions.at(0)["envelope"]["mailFrom"]["parameters"].toObject().keys(),
-             QStringList{"HOLDUNTIL"});
-
-    // The reader of the Sent mailbox learns which messages are still held.
-    state->setSelectedMailboxId(QString("sent"));
-    state->mailboxChanged();
-    QTRY_VERIFY(!state->threads().isEmpty());
-    state->setSelectedThreadIds({"t-" + emailId});
-    state->threadSelectionChanged();
-    QTRY_VERIFY(state->pendingSends().contains(emailId));
-
-    const qsizetype windows = f.windows.size();
-    state->cancelScheduledSend(state->openEmails().first());
-    QTRY_VERIFY(!state->pendingSends().contains(emailId));
-    QCOMPARE(f.windows.size(), windows + 1);
-    QCOMPARE(state->draft(f.windows.last())->serverDraftId, emailId);
-    QCOMPARE(f.server.submissions.at(0)["undoStatus"].toString(), QString("canceled"));
 }
 
 void TestSending::demoSendingStaysLocal()

@@ -372,6 +372,9 @@ void TestReader::heldSendShowsItsTimeAndCancels()
     await(state->sendLater(draft, at));
     QVERIFY2(!draft->error(), qPrintable(draft->error().value_or(QString())));
     QCOMPARE(server->submissions.size(), 1);
+    QVERIFY(state->toast()->message.startsWith("Scheduled for "));
+    QCOMPARE(server->submissions.at(0)["envelope"]["mailFrom"]["parameters"].toObject().keys(),
+             QStringList{"HOLDUNTIL"});
     const QString emailId = server->submissions.at(0)["emailId"].toString();
 
     // The held message in Sent says when it goes, and Cancel Send brings the draft back.
