@@ -36,31 +36,14 @@ void TestKeys::keyPressMeansWhatItsPlaceSays_data()
     QTest::addColumn<QStringList>("scrolls");
     QTest::addColumn<QString>("request");
 
+    // Keys the main window test presses for real (search, escape, j and k, archive, the
+    // overlay, reader scrolling) are not repeated here.
     const auto main = Window::Main;
     const QStringList none;
-    QTest::newRow("e while typing passes") << main << Focus::Text << false << Pane::List << "t1"
-                                           << ""
-                                           << "e" << false << "t1" << Pane::List << none << "";
     QTest::newRow("ctrl+r while typing refreshes")
         << main << Focus::Text << false << Pane::List << "t1"
         << ""
         << "cmd+r" << true << "t1" << Pane::List << none << "Mailbox/get";
-    QTest::newRow("escape while typing goes to the list")
-        << main << Focus::Text << false << Pane::Sidebar << "t1"
-        << ""
-        << "escape" << true << "t1" << Pane::List << none << "";
-    QTest::newRow("escape in the reader goes to the list")
-        << main << Focus::None << false << Pane::Reader << "t1"
-        << ""
-        << "escape" << true << "t1" << Pane::List << none << "";
-    QTest::newRow("escape in the list closes the thread")
-        << main << Focus::ItemView << false << Pane::List << "t1"
-        << ""
-        << "escape" << true << "" << Pane::List << none << "";
-    QTest::newRow("down in the reader scrolls a line")
-        << main << Focus::None << false << Pane::Reader << "t1"
-        << ""
-        << "down" << true << "t1" << Pane::Reader << QStringList{"0 1"} << "";
     QTest::newRow("up in a message body scrolls a line")
         << main << Focus::WebView << false << Pane::List << "t1"
         << ""
@@ -81,17 +64,6 @@ void TestKeys::keyPressMeansWhatItsPlaceSays_data()
         << main << Focus::None << false << Pane::List << ""
         << ""
         << "up" << true << "t1" << Pane::List << none << "";
-    QTest::newRow("j on the last row stays")
-        << main << Focus::ItemView << false << Pane::List << "t3"
-        << ""
-        << "j" << true << "t3" << Pane::List << none << "";
-    QTest::newRow("e archives") << main << Focus::ItemView << false << Pane::List << "t1"
-                                << ""
-                                << "e" << true << "t2" << Pane::List << none << "Email/set";
-    QTest::newRow("the overlay swallows the first key")
-        << main << Focus::ItemView << true << Pane::List << "t1"
-        << ""
-        << "e" << true << "t1" << Pane::List << none << "";
     QTest::newRow("other windows keep their keys")
         << Window::Other << Focus::None << false << Pane::List << "t1"
         << ""
@@ -223,15 +195,6 @@ void TestKeys::panesAndMessagesStepInOrder()
     QVERIFY(state->detailEmailIds().contains("m1"));
     QVERIFY(press("o", list));
     QVERIFY(!state->expandedEmailIds().contains("m1"));
-
-    // "/" asks for the search field, "?" raises the overlay and the next key only lowers it.
-    const int searches = state->searchFocusRequest();
-    QVERIFY(press("/", list));
-    QCOMPARE(state->searchFocusRequest(), searches + 1);
-    QVERIFY(press("?", list));
-    QVERIFY(state->showsShortcuts());
-    QVERIFY(press("?", list));
-    QVERIFY(!state->showsShortcuts());
 }
 
 QTEST_GUILESS_MAIN(TestKeys)
