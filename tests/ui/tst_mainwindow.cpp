@@ -203,13 +203,6 @@ void TestMainWindow::failureStandsInTheErrorBarUntilDismissed()
     window.findChild<QPushButton*>("dismissButton")->click();
     QVERIFY(!state->errorMessage());
     QVERIFY(!window.errorBar()->isVisible());
-
-    AppConfig config = state->config();
-    config.sessionUrl = "http://jmap.example.test/";
-    state->setConfig(config);
-    window.settingsWindow()->account()->saveButton()->click();
-    QTRY_COMPARE(window.errorBar()->message(),
-                 QString("The JMAP session URL must be an https URL."));
 }
 
 void TestMainWindow::failedKeychainWriteKeepsTheTypedToken()
