@@ -39,7 +39,6 @@ class TestDateGroup : public QObject
 private slots:
     void groups_data();
     void groups();
-    void titles();
     void sections();
 };
 
@@ -80,15 +79,6 @@ void TestDateGroup::groups()
     QFETCH(QDateTime, now);
     QFETCH(QTimeZone, zone);
     QTEST(DateGroups::of(date, now, zone), "group");
-}
-
-void TestDateGroup::titles()
-{
-    QStringList titles;
-    for (const DateGroup group :
-         {DateGroup::Today, DateGroup::Yesterday, DateGroup::LastWeek, DateGroup::Older})
-        titles.append(QString::number(int(group)) + ' ' + DateGroups::title(group));
-    QCOMPARE(titles, (QStringList{"0 Today", "1 Yesterday", "2 Last Week", "3 Older"}));
 }
 
 void TestDateGroup::sections()
