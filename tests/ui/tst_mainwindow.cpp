@@ -1,5 +1,6 @@
 #include "AppTestEnvironment.h"
 #include "FakeNetwork.h"
+#include "UiTest.h"
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 #include "ui/main/ErrorBar.h"
@@ -28,17 +29,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-namespace {
+using UiTest::screenshot;
 
-// Screenshots go where VELDRIN_SCREENSHOTS points, for a person to look at.
-void screenshot(QWidget* widget, const QString& name)
-{
-    const QString directory = qEnvironmentVariable("VELDRIN_SCREENSHOTS");
-    if (directory.isEmpty())
-        return;
-    QDir().mkpath(directory);
-    widget->grab().save(QDir(directory).filePath(name + QStringLiteral(".png")));
-}
+namespace {
 
 Mailbox box(const QString& id, qint64 unread, qint64 total)
 {
@@ -281,12 +274,5 @@ void TestMainWindow::threeColumnsWithTheSyncFooter()
     QVERIFY(!footer->findChild<QProgressBar*>("syncActivity")->isVisible());
 }
 
-int main(int argc, char** argv)
-{
-    qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--no-sandbox --disable-gpu");
-    MailWebView::registerSchemes();
-    QApplication app(argc, argv);
-    TestMainWindow test;
-    return QTest::qExec(&test, argc, argv);
-}
+VELDRIN_WEB_TEST_MAIN(TestMainWindow)
 #include "tst_mainwindow.moc"

@@ -2,6 +2,7 @@
 #include "FakeMailServer.h"
 #include "FakeNetwork.h"
 #include "MemorySecretStore.h"
+#include "UiTest.h"
 #include "app/state/AppState.h"
 #include "config/Keychain.h"
 #include "ui/compose/ComposeWindow.h"
@@ -30,19 +31,11 @@
 #include <QToolButton>
 #include <QWebEnginePage>
 
+using UiTest::screenshot;
+
 namespace {
 
 const QDateTime now = QDateTime::currentDateTime();
-
-void screenshot(QWidget* window, const QString& name)
-{
-    const QString directory = qEnvironmentVariable("VELDRIN_SCREENSHOTS");
-    if (directory.isEmpty())
-        return;
-    QTest::qWait(300); // only for the picture: the preview paints
-    QDir().mkpath(directory);
-    QVERIFY(window->grab().save(QDir(directory).filePath(name + ".png")));
-}
 
 template <typename T> T* named(QWidget* window, const QString& accessibleName)
 {
@@ -404,13 +397,6 @@ void TestComposeWindow::replyPreviewFollowsBody()
     QVERIFY(!toggle->isEnabled());
 }
 
-int main(int argc, char** argv)
-{
-    qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--no-sandbox --disable-gpu");
-    MailWebView::registerSchemes();
-    QApplication app(argc, argv);
-    TestComposeWindow test;
-    return QTest::qExec(&test, argc, argv);
-}
+VELDRIN_WEB_TEST_MAIN(TestComposeWindow)
 
 #include "tst_composewindow.moc"

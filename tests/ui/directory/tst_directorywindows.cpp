@@ -1,6 +1,7 @@
 #include "AppTestEnvironment.h"
 #include "FakeDirectoryServices.h"
 #include "FakeNetwork.h"
+#include "UiTest.h"
 #include "app/demo/DemoData.h"
 #include "app/state/AppState.h"
 #include "jmap/Errors.h"
@@ -33,6 +34,8 @@
 #include <QTest>
 #include <QToolButton>
 
+using UiTest::screenshot;
+
 namespace {
 
 enum class Access
@@ -44,15 +47,6 @@ enum class Access
     // Demo mode, the stores without a service.
     demo,
 };
-
-void screenshot(QWidget* widget, const QString& name)
-{
-    const QString directory = qEnvironmentVariable("VELDRIN_SCREENSHOTS");
-    if (directory.isEmpty())
-        return;
-    QDir().mkpath(directory);
-    widget->grab().save(QDir(directory).filePath(name + QStringLiteral(".png")));
-}
 
 QList<Contact> people()
 {

@@ -5,6 +5,7 @@
 #include "AsyncTest.h"
 #include "FakeMailServer.h"
 #include "FakeNetwork.h"
+#include "UiTest.h"
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 #include "ui/feedback/FeedbackWindow.h"
@@ -26,16 +27,9 @@
 
 using namespace AsyncTest;
 
-namespace {
+using UiTest::screenshot;
 
-void screenshot(QWidget* widget, const QString& name)
-{
-    const QString directory = qEnvironmentVariable("VELDRIN_SCREENSHOTS");
-    if (directory.isEmpty())
-        return;
-    QDir().mkpath(directory);
-    QVERIFY(widget->grab().save(QDir(directory).filePath(name + ".png")));
-}
+namespace {
 
 QString ics(const QString& method)
 {

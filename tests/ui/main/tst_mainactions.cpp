@@ -2,6 +2,7 @@
 #include "FakeMailServer.h"
 #include "FakeNetwork.h"
 #include "MemorySecretStore.h"
+#include "UiTest.h"
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 #include "ui/directory/MaskedEmailWindow.h"
@@ -41,6 +42,8 @@
 #include <QUndoStack>
 #include <QWebEngineView>
 
+using UiTest::screenshot;
+
 namespace {
 
 const QDateTime now = QDateTime::currentDateTime();
@@ -50,22 +53,6 @@ bool archived(const FakeMailServer& server, const QString& threadId)
 {
     return !server.threadsIn("inbox").contains(threadId) &&
            server.threadsIn("archive").contains(threadId);
-}
-
-// Pictures for a person to look at, where VELDRIN_SCREENSHOTS points.
-void screenshot(QWidget* window, const QString& name, QWidget* sheet = nullptr)
-{
-    const QString directory = qEnvironmentVariable("VELDRIN_SCREENSHOTS");
-    if (directory.isEmpty())
-        return;
-    QDir().mkpath(directory);
-    QPixmap picture = window->grab();
-    if (sheet) {
-        // A sheet is a window of its own: draw it where it stands over the main window.
-        QPainter painter(&picture);
-        painter.drawPixmap((picture.width() - sheet->width()) / 2, 60, sheet->grab());
-    }
-    QVERIFY(picture.save(QDir(directory).filePath(name + ".png")));
 }
 
 // A key pressed where a person would press it: on whatever holds the focus.
@@ -557,7 +544,6 @@ void TestMainActions::demoPictures()
     QTRY_VERIFY(window->threadList()->list()->hasFocus());
     type(window.get(), 'e');
     QTRY_VERIFY(window->toast()->isVisible());
-    QTest::qWait(300); // only for the picture: the toast ends its slide
     screenshot(window.get(), "demo-toast");
     type(window.get(), '?');
     screenshot(window.get(), "demo-shortcuts");
@@ -568,13 +554,6 @@ void TestMainActions::demoPictures()
     window->folderPicker()->reject();
 }
 
-int main(int argc, char** argv)
-{
-    qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--no-sandbox --disable-gpu");
-    MailWebView::registerSchemes();
-    QApplication application(argc, argv);
-    TestMainActions test;
-    return QTest::qExec(&test, argc, argv);
-}
+VELDRIN_WEB_TEST_MAIN(TestMainActions)
 
 #include "tst_mainactions.moc"

@@ -3,6 +3,7 @@
 #include "FakeMailServer.h"
 #include "FakeNetwork.h"
 #include "MemorySecretStore.h"
+#include "UiTest.h"
 #include "app/state/AppState.h"
 #include "content/DateFormat.h"
 #include "ui/desktop/Icons.h"
@@ -44,6 +45,8 @@
 
 using namespace AsyncTest;
 
+using UiTest::screenshot;
+
 namespace {
 
 const QDateTime now = QDateTime::currentDateTime();
@@ -69,17 +72,6 @@ QJsonObject part(const QString& blobId, const QJsonValue& name, const QString& t
                        {"size", 1200},
                        {"cid", cid},
                        {"disposition", cid.isNull() ? "attachment" : "inline"}};
-}
-
-// Pictures for a person to look at, where VELDRIN_SCREENSHOTS points.
-void screenshot(QWidget* window, const QString& name)
-{
-    const QString directory = qEnvironmentVariable("VELDRIN_SCREENSHOTS");
-    if (directory.isEmpty())
-        return;
-    QTest::qWait(300); // only for the picture: the web views paint their measured bodies
-    QDir().mkpath(directory);
-    QVERIFY(window->grab().save(QDir(directory).filePath(name + ".png")));
 }
 
 QStringList labelTexts(QWidget* widget)
@@ -551,13 +543,6 @@ void TestReader::windowLooksRight()
     screenshot(&window, threadId + "-end");
 }
 
-int main(int argc, char** argv)
-{
-    qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--no-sandbox --disable-gpu");
-    MailWebView::registerSchemes();
-    QApplication app(argc, argv);
-    TestReader test;
-    return QTest::qExec(&test, argc, argv);
-}
+VELDRIN_WEB_TEST_MAIN(TestReader)
 
 #include "tst_reader.moc"

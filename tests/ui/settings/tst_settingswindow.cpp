@@ -1,5 +1,6 @@
 #include "AppTestEnvironment.h"
 #include "FakeNetwork.h"
+#include "UiTest.h"
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 #include "ui/desktop/Updater.h"
@@ -29,17 +30,9 @@
 #include <QTest>
 #include <QToolButton>
 
-namespace {
+using UiTest::screenshot;
 
-// Screenshots go where VELDRIN_SCREENSHOTS points, for a person to look at.
-void screenshot(QWidget* widget, const QString& name)
-{
-    const QString directory = qEnvironmentVariable("VELDRIN_SCREENSHOTS");
-    if (directory.isEmpty())
-        return;
-    QDir().mkpath(directory);
-    widget->grab().save(QDir(directory).filePath(name + QStringLiteral(".png")));
-}
+namespace {
 
 Mailbox box(const QString& id, const QString& name, const std::optional<QString>& role = {},
             const std::optional<QString>& parent = {})

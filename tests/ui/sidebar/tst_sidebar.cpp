@@ -1,3 +1,4 @@
+#include "UiTest.h"
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 #include "ui/main/ErrorBar.h"
@@ -14,17 +15,9 @@
 #include <QTest>
 #include <QToolButton>
 
-namespace {
+using UiTest::screenshot;
 
-// Screenshots go where VELDRIN_SCREENSHOTS points, for a person to look at.
-void screenshot(QWidget* widget, const QString& name)
-{
-    const QString directory = qEnvironmentVariable("VELDRIN_SCREENSHOTS");
-    if (directory.isEmpty())
-        return;
-    QDir().mkpath(directory);
-    widget->grab().save(QDir(directory).filePath(name + QStringLiteral(".png")));
-}
+namespace {
 
 QStringList names(QAccessibleInterface* parent)
 {
