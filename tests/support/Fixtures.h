@@ -34,4 +34,14 @@ inline QJsonObject json(const QString& relative)
     return QJsonDocument::fromJson(bytes(relative)).object();
 }
 
+// JSON written in a test; a typo in it stops the test rather than comparing against nothing.
+inline QJsonObject object(const char* text)
+{
+    QJsonParseError error{};
+    const QJsonDocument document = QJsonDocument::fromJson(QByteArray(text), &error);
+    if (error.error != QJsonParseError::NoError || !document.isObject())
+        qFatal("bad JSON in test: %s", text);
+    return document.object();
+}
+
 } // namespace Fixtures

@@ -1,6 +1,7 @@
 #include "AsyncTest.h"
 #include "FakeDirectoryServices.h"
 #include "FakeNetwork.h"
+#include "Fixtures.h"
 #include "app/stores/MaskedEmailStore.h"
 
 #include <QClipboard>
@@ -12,6 +13,8 @@
 #include <QUuid>
 
 using namespace AsyncTest;
+
+using Fixtures::object;
 
 namespace {
 
@@ -30,11 +33,6 @@ QStringList idsOf(const QList<MaskedEmail>& records)
     for (const MaskedEmail& item : records)
         ids.append(item.id);
     return ids;
-}
-
-QJsonObject object(const char* text)
-{
-    return QJsonDocument::fromJson(QByteArray(text)).object();
 }
 
 } // namespace

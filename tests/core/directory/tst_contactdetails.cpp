@@ -1,3 +1,4 @@
+#include "Fixtures.h"
 #include "directory/Contact.h"
 #include "directory/ContactDetails.h"
 #include "jmap/JMAPDecoding.h"
@@ -9,16 +10,9 @@
 
 Q_DECLARE_METATYPE(ContactDetails)
 
-namespace {
+using Fixtures::object;
 
-QJsonObject object(const char* text)
-{
-    QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(QByteArray(text), &error);
-    if (error.error != QJsonParseError::NoError)
-        qFatal("bad JSON in test: %s", text);
-    return document.object();
-}
+namespace {
 
 ContactDetails form(QString given, QString surname, QString organization, QStringList emails,
                     QStringList phones = {}, QString note = {})
@@ -29,10 +23,7 @@ ContactDetails form(QString given, QString surname, QString organization, QStrin
 
 QJsonObject fixtureCard(const QString& id)
 {
-    QFile file(qEnvironmentVariable("VELDRIN_FIXTURES") + "/directory/contactcards.json");
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("missing fixture contactcards.json");
-    for (const QJsonValue& card : QJsonDocument::fromJson(file.readAll())["list"].toArray())
+    for (const QJsonValue& card : Fixtures::json("directory/contactcards.json")["list"].toArray())
         if (card["id"].toString() == id)
             return card.toObject();
     return {};

@@ -11,12 +11,9 @@
 
 using namespace AsyncTest;
 
-namespace {
+using Fixtures::object;
 
-QJsonObject object(const char* text)
-{
-    return QJsonDocument::fromJson(QByteArray(text)).object();
-}
+namespace {
 
 QJsonObject fixture(const QString& name)
 {

@@ -1,18 +1,12 @@
+#include "Fixtures.h"
 #include "mail/SearchQuery.h"
 
 #include <QJsonDocument>
 #include <QTest>
 
-namespace {
+using Fixtures::object;
 
-QJsonObject json(const char* text)
-{
-    QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(QByteArray(text), &error);
-    if (error.error != QJsonParseError::NoError)
-        qFatal("bad JSON in test: %s", text);
-    return document.object();
-}
+namespace {
 
 Mailbox mailbox(const char* id, const char* name, std::optional<QString> role = std::nullopt,
                 std::optional<QString> parentId = std::nullopt)
@@ -62,86 +56,87 @@ void TestSearchQuery::filter_data()
     QTest::addColumn<QString>("search");
     QTest::addColumn<QJsonObject>("expected");
 
-    QTest::newRow("empty") << "" << json(R"({"inMailbox":"inbox"})");
+    QTest::newRow("empty") << "" << object(R"({"inMailbox":"inbox"})");
     QTest::newRow("words share one text")
-        << "invoice march" << json(R"({"inMailbox":"inbox","text":"invoice march"})");
+        << "invoice march" << object(R"({"inMailbox":"inbox","text":"invoice march"})");
     QTest::newRow("quoted phrase")
-        << "\"weekly report\"" << json(R"({"inMailbox":"inbox","text":"weekly report"})");
+        << "\"weekly report\"" << object(R"({"inMailbox":"inbox","text":"weekly report"})");
     QTest::newRow("word and operator")
         << "invoice from:anna"
-        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox","text":"invoice"},
+        << object(R"({"operator":"AND","conditions":[{"inMailbox":"inbox","text":"invoice"},
                    {"from":"anna"}]})");
     QTest::newRow("negated word") << "-invoice"
-                                  << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+                                  << object(
+                                         R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
                    {"operator":"NOT","conditions":[{"text":"invoice"}]}]})");
     QTest::newRow("negated operator")
-        << "-from:noreply" << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+        << "-from:noreply" << object(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
                    {"operator":"NOT","conditions":[{"from":"noreply"}]}]})");
     QTest::newRow("quoted operator is an operator")
         << "\"from:anna\""
-        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},{"from":"anna"}]})");
-    QTest::newRow("lone dash is a word") << "-" << json(R"({"inMailbox":"inbox","text":"-"})");
+        << object(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},{"from":"anna"}]})");
+    QTest::newRow("lone dash is a word") << "-" << object(R"({"inMailbox":"inbox","text":"-"})");
     QTest::newRow("double dash negates a dash word")
-        << "--x" << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+        << "--x" << object(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
                    {"operator":"NOT","conditions":[{"text":"-x"}]}]})");
 
     QTest::newRow("in:all alone matches everything") << "in:all" << QJsonObject();
     QTest::newRow("in:anywhere with a word")
-        << "in:anywhere invoice" << json(R"({"text":"invoice"})");
-    QTest::newRow("negated in:all is dropped") << "-in:all" << json(R"({"inMailbox":"inbox"})");
-    QTest::newRow("folder by name") << "in:archive" << json(R"({"inMailbox":"archive"})");
+        << "in:anywhere invoice" << object(R"({"text":"invoice"})");
+    QTest::newRow("negated in:all is dropped") << "-in:all" << object(R"({"inMailbox":"inbox"})");
+    QTest::newRow("folder by name") << "in:archive" << object(R"({"inMailbox":"archive"})");
     QTest::newRow("quoted folder name")
-        << "in:\"Folder Name\" x" << json(R"({"inMailbox":"folder","text":"x"})");
+        << "in:\"Folder Name\" x" << object(R"({"inMailbox":"folder","text":"x"})");
     QTest::newRow("last in: wins, everywhere") << "in:Trash in:all" << QJsonObject();
     QTest::newRow("last in: wins, folder")
-        << "in:all in:Trash" << json(R"({"inMailbox":"ptrash"})");
+        << "in:all in:Trash" << object(R"({"inMailbox":"ptrash"})");
     QTest::newRow("excluded folders stay separate")
-        << "-in:Trash -in:Spam" << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+        << "-in:Trash -in:Spam" << object(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
                    {"inMailboxOtherThan":["ptrash"]},{"inMailboxOtherThan":["junk"]}]})");
     QTest::newRow("unknown folder is a word")
-        << "in:nosuchfolder" << json(R"({"inMailbox":"inbox","text":"in:nosuchfolder"})");
+        << "in:nosuchfolder" << object(R"({"inMailbox":"inbox","text":"in:nosuchfolder"})");
 
     QTest::newRow("keys in any case, values keep theirs")
         << "IN:Archive From:Anna IS:UNREAD HAS:Attachments"
-        << json(R"({"operator":"AND","conditions":[{"inMailbox":"archive"},{"from":"Anna"},
+        << object(R"({"operator":"AND","conditions":[{"inMailbox":"archive"},{"from":"Anna"},
                    {"notKeyword":"$seen"},{"hasAttachment":true}]})");
     QTest::newRow("every is: value")
         << "is:read is:flagged is:starred is:unflagged is:unstarred is:answered is:replied"
-        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+        << object(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
                    {"hasKeyword":"$seen"},{"hasKeyword":"$flagged"},{"hasKeyword":"$flagged"},
                    {"notKeyword":"$flagged"},{"notKeyword":"$flagged"},
                    {"hasKeyword":"$answered"},{"hasKeyword":"$answered"}]})");
     QTest::newRow("address and text operators")
         << "to:a cc:b bcc:c body:d"
-        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},{"to":"a"},{"cc":"b"},
+        << object(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},{"to":"a"},{"cc":"b"},
                    {"bcc":"c"},{"body":"d"}]})");
     QTest::newRow("colon inside the value")
         << "subject:re: hello"
-        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox","text":"hello"},
+        << object(R"({"operator":"AND","conditions":[{"inMailbox":"inbox","text":"hello"},
                    {"subject":"re:"}]})");
     QTest::newRow("unclosed quote runs to the end")
-        << "subject:\"two words" << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+        << "subject:\"two words" << object(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
                    {"subject":"two words"}]})");
     QTest::newRow("unknown key is a word")
-        << "note:tuesday" << json(R"({"inMailbox":"inbox","text":"note:tuesday"})");
+        << "note:tuesday" << object(R"({"inMailbox":"inbox","text":"note:tuesday"})");
     QTest::newRow("empty value is a word")
-        << "from:" << json(R"({"inMailbox":"inbox","text":"from:"})");
+        << "from:" << object(R"({"inMailbox":"inbox","text":"from:"})");
     QTest::newRow("unknown is: and has: are words")
-        << "is:bogus has:pdf" << json(R"({"inMailbox":"inbox","text":"is:bogus has:pdf"})");
+        << "is:bogus has:pdf" << object(R"({"inMailbox":"inbox","text":"is:bogus has:pdf"})");
 
     QTest::newRow("sizes")
         << "larger:2M smaller:500K"
-        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},{"minSize":2097152},
+        << object(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},{"minSize":2097152},
                    {"maxSize":512000}]})");
     QTest::newRow("negative size passes on")
         << "larger:-1k"
-        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},{"minSize":-1024}]})");
+        << object(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},{"minSize":-1024}]})");
     QTest::newRow("overflowing size is a word, not a crash")
         << "larger:1e30k smaller:99999999999999999999"
-        << json(R"({"inMailbox":"inbox","text":"larger:1e30k smaller:99999999999999999999"})");
+        << object(R"({"inMailbox":"inbox","text":"larger:1e30k smaller:99999999999999999999"})");
     QTest::newRow("impossible date is a word")
         << "after:2026-13-01 before:soon"
-        << json(R"({"inMailbox":"inbox","text":"after:2026-13-01 before:soon"})");
+        << object(R"({"inMailbox":"inbox","text":"after:2026-13-01 before:soon"})");
 }
 
 void TestSearchQuery::filter()
@@ -162,18 +157,18 @@ void TestSearchQuery::dates_data()
     QTest::addColumn<QJsonObject>("expected");
     QTest::newRow("after is the local midnight")
         << "after:2026-10-01" << QByteArray("Europe/Berlin")
-        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+        << object(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
                    {"after":"2026-09-30T22:00:00Z"}]})");
     QTest::newRow("slashes read as dashes, winter offset")
         << "before:2026/12/24" << QByteArray("Europe/Berlin")
-        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+        << object(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
                    {"before":"2026-12-23T23:00:00Z"}]})");
     QTest::newRow("west of UTC") << "after:2026-10-01" << QByteArray("America/New_York")
-                                 << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+                                 << object(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
                    {"after":"2026-10-01T04:00:00Z"}]})");
     QTest::newRow("midnight twice: the day starts at the first")
         << "after:2025-11-02" << QByteArray("America/Havana")
-        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+        << object(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
                    {"after":"2025-11-02T04:00:00Z"}]})");
     const auto word = [](const char* text) {
         return QJsonObject{{"inMailbox", "inbox"}, {"text", text}};
@@ -185,11 +180,11 @@ void TestSearchQuery::dates_data()
         << "after:0001-01-01" << QByteArray("Europe/Berlin") << word("after:0001-01-01");
     QTest::newRow("the outermost days that stay in range")
         << "after:0001-01-01 before:9999-12-31" << QByteArray("UTC")
-        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+        << object(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
                    {"after":"0001-01-01T00:00:00Z"},{"before":"9999-12-31T00:00:00Z"}]})");
     QTest::newRow("midnight in a DST gap starts at the first valid time")
         << "after:2018-11-04" << QByteArray("America/Sao_Paulo")
-        << json(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
+        << object(R"({"operator":"AND","conditions":[{"inMailbox":"inbox"},
                    {"after":"2018-11-04T03:00:00Z"}]})");
 }
 
