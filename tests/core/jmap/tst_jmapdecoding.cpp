@@ -40,8 +40,6 @@ void TestJMAPDecoding::dates_data()
                              << "";
     QTest::newRow("bad month") << "2026-13-01T00:00:00Z"
                                << "";
-    QTest::newRow("space separator") << "2026-11-21 09:30:00Z"
-                                     << "";
     QTest::newRow("garbage") << "yesterday"
                              << "";
 }
