@@ -57,7 +57,6 @@ private Q_SLOTS:
     void cachedThreadShowsAtOnceAndKeepsTheUsersArrangement();
     void lateThreadIsDroppedAndOnlyTheLatestFailureSpeaks();
     void refreshReloadsTheReaderOnlyWhenMessagesJoinOrLeave();
-    void keywordFailureIsReportedThenReadAgain();
     void notificationOpensItsThreadWhenAPageHoldsIt();
     void demoMailReadsWithoutNetwork();
 };
@@ -236,27 +235,6 @@ void TestOpenThread::refreshReloadsTheReaderOnlyWhenMessagesJoinOrLeave()
     QTRY_COMPARE(openIds(*state), (QStringList{"e1b", "e1", "e1c"}));
     QCOMPARE(threadFetches(f.server, {"t1"}), 2);
     QCOMPARE(state->expandedEmailIds(), QSet<QString>{"e1"});
-}
-
-void TestOpenThread::keywordFailureIsReportedThenReadAgain()
-{
-    StateFixture f;
-    f.server.addThreads(2);
-    auto state = f.connected();
-    select(*state, "t1");
-    QTRY_VERIFY(!state->isLoadingThread());
-    StateFixture::settle(*state);
-    f.network.respondWithError("Email/set", "forbidden", "read-only account");
-    // On screen at once; the refused change is read back from the server.
-    QSignalSpy threads(state.get(), &AppState::threadsChanged);
-    const auto done = state->setKeyword("$flagged", true, {"e1"});
-    QVERIFY(state->selectedThread()->isFlagged());
-    QVERIFY(state->openEmails().first().keywords.value("$flagged"));
-    QVERIFY(state->threadCache().emails("t1")->first().keywords.value("$flagged"));
-    QTRY_VERIFY(state->errorMessage());
-    QVERIFY(state->errorMessage()->contains("read-only account"));
-    QTRY_VERIFY(!state->selectedThread()->isFlagged());
-    QCOMPARE(threads.count(), 2);
 }
 
 void TestOpenThread::notificationOpensItsThreadWhenAPageHoldsIt()
