@@ -35,7 +35,6 @@ private Q_SLOTS:
     void argumentsForCallIds();
     void accountLookups();
     void mailboxesAndIdentities();
-    void downloadAndUpload();
     void transportErrorPassesThrough();
     void bodyCutAfterSuccessStatus_data();
     void bodyCutAfterSuccessStatus();
@@ -305,44 +304,6 @@ void TestJMAPClient::mailboxesAndIdentities()
     QCOMPARE(identities.size(), 2);
     QCOMPARE(identities[0].id, QString("i1"));
     QCOMPARE(identities[1].textSignature, std::optional<QString>("-- Ann"));
-}
-
-void TestJMAPClient::downloadAndUpload()
-{
-    const QUrl blobUrl("https://jmap.example.test/jmap/download/u1/B%201/"
-                       "Caf%C3%A9%20menu.pdf?type=application%2Fpdf");
-    network->setResponse(blobUrl, {200, "PDFDATA", "application/pdf"});
-    auto client = makeClient();
-    QCOMPARE(await(client->download("B 1", "Café menu.pdf", "application/pdf")),
-             QByteArray("PDFDATA"));
-    const RecordedRequest& get = network->requests().constLast();
-    // Blanks and the slash are encoded; the accented letter stays a letter.
-    QVERIFY(get.url.toString(QUrl::FullyEncoded).contains("/B%201/Caf%C3%A9%20menu.pdf"));
-    QCOMPARE(get.url.query(QUrl::FullyEncoded), QString("type=application%2Fpdf"));
-    QCOMPARE(JMAPClient::percentEncoded("Café menu.pdf"), QString("Café%20menu.pdf"));
-
-    network->setResponse(QUrl("https://jmap.example.test/jmap/upload/u1/"),
-                         {201, R"({"blobId":"G123","type":"text/plain","size":5})"});
-    QCOMPARE(await(client->upload("hello", "text/plain")), QString("G123"));
-    const RecordedRequest& post = network->requests().constLast();
-    QCOMPARE(post.verb, QByteArray("POST"));
-    QCOMPARE(post.headers.value("Content-Type"), QByteArray("text/plain"));
-    QCOMPARE(post.body, QByteArray("hello"));
-    QCOMPARE(activity.constLast(), qMakePair(JMAPActivity::pushing, false));
-
-    network->setResponse(QUrl("https://jmap.example.test/jmap/upload/u1/"),
-                         {200, R"({"type":"text/plain"})"});
-    QCOMPARE(*awaitError<JMAPError>(client->upload("x", "text/plain")),
-             JMAPError::malformed("upload response"));
-
-    network->setResponse(blobUrl, {401, ""});
-    QCOMPARE(*awaitError<JMAPError>(client->download("B 1", "Café menu.pdf", "application/pdf")),
-             JMAPError::unauthorized());
-
-    QJsonObject session = FakeNetwork::defaultSession();
-    session.remove("uploadUrl");
-    QCOMPARE(*awaitError<JMAPError>(clientFor(session)->upload("x", "text/plain")),
-             JMAPError::malformed("upload URL"));
 }
 
 void TestJMAPClient::transportErrorPassesThrough()
