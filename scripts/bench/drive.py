@@ -94,15 +94,24 @@ def process_tree(pid):
 
 
 def tree_cpu_ns(pid):
-    total = 0
+    """CPU time of each thread of the process tree, by (process, thread)."""
+    times = {}
     for p in process_tree(pid):
         try:
             for task in os.listdir(f"/proc/{p}/task"):
                 with open(f"/proc/{p}/task/{task}/schedstat") as f:
-                    total += int(f.read().split()[0])
+                    times[(p, task)] = int(f.read().split()[0])
         except OSError:
             pass
-    return total
+    return times
+
+
+def cpu_percent(before, after, seconds):
+    """The share of one core the tree used between two readings. A thread that ended in between
+    takes its time with it, so only threads alive at the end count (what they used since the
+    first reading, or all of it when they are new); summing whole trees instead can go below 0."""
+    used = sum(max(0, t - before.get(key, 0)) for key, t in after.items())
+    return used / 1e9 / seconds * 100
 
 
 def tree_pss_kb(pid):
@@ -395,7 +404,7 @@ def measure_main(args, screen, telemetry, results):
         time.sleep(2)
         cpu = tree_cpu_ns(pid)
         time.sleep(args.idle)
-        results["idle_push_down_percent"] = (tree_cpu_ns(pid) - cpu) / 1e9 / args.idle * 100
+        results["idle_push_down_percent"] = cpu_percent(cpu, tree_cpu_ns(pid), args.idle)
 
         # The 5 MB newsletter, found by search, opened and scrolled.
         screen.key("slash")
@@ -449,7 +458,7 @@ def measure_push(args, screen, telemetry, results):
         cpu = tree_cpu_ns(pid)
         mark = telemetry.mark()
         time.sleep(args.idle)
-        results["idle_push_live_percent"] = (tree_cpu_ns(pid) - cpu) / 1e9 / args.idle * 100
+        results["idle_push_live_percent"] = cpu_percent(cpu, tree_cpu_ns(pid), args.idle)
         results["idle_push_live_requests"] = telemetry.count(mark)
     finally:
         stop(process)
