@@ -1,11 +1,11 @@
 #include "DirectoryWindow.h"
 
 #include "DirectoryEmptyState.h"
-#include "DirectoryErrorBar.h"
 #include "DirectoryTable.h"
 #include "app/state/AppState.h"
 #include "app/stores/DirectoryStore.h"
 #include "ui/desktop/Icons.h"
+#include "ui/main/ErrorBar.h"
 
 #include <QAbstractItemModel>
 #include <QAction>
@@ -73,7 +73,14 @@ DirectoryWindow::DirectoryWindow(AppState* state, DirectoryStore* store, const Q
     auto* layout = new QVBoxLayout(central);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    m_errorBar = new DirectoryErrorBar(store, central);
+    const QPointer<DirectoryStore> source(store);
+    m_errorBar = new ErrorBar([source] { return source ? source->error() : QString(); },
+                              [source] {
+                                  if (source)
+                                      source->clearError();
+                              },
+                              central);
+    connect(store, &DirectoryStore::errorChanged, m_errorBar, &ErrorBar::refresh);
     m_stack = new QStackedWidget(central);
     m_empty = new DirectoryEmptyState(m_stack);
     m_stack->addWidget(m_empty);

@@ -8,7 +8,7 @@
 
 class AppState;
 class DirectoryEmptyState;
-class DirectoryErrorBar;
+class ErrorBar;
 class DirectoryStore;
 class DirectoryTable;
 class QAbstractItemModel;
@@ -32,7 +32,7 @@ public:
     QAction* refreshAction() const { return m_refresh; }
     QAction* newAction() const { return m_new; }
     DirectoryEmptyState* emptyState() const { return m_empty; }
-    DirectoryErrorBar* errorBar() const { return m_errorBar; }
+    ErrorBar* errorBar() const { return m_errorBar; }
     QProgressBar* busyIndicator() const { return m_busy; }
     // The delete confirmation on show, or null.
     QMessageBox* confirmation() const { return m_confirmation; }
@@ -83,7 +83,7 @@ protected:
 private:
     AppState* m_state;
     QPointer<DirectoryStore> m_store;
-    DirectoryErrorBar* m_errorBar;
+    ErrorBar* m_errorBar;
     QToolBar* m_toolBar;
     QProgressBar* m_busy;
     QAction* m_busyAction;

@@ -21,7 +21,15 @@ QAccessibleInterface* alertFactory(const QString& className, QObject* object)
 
 } // namespace
 
-ErrorBar::ErrorBar(AppState* state, QWidget* parent) : QWidget(parent), m_state(state)
+ErrorBar::ErrorBar(AppState* state, QWidget* parent)
+    : ErrorBar([state] { return state->errorMessage().value_or(QString()); },
+               [state] { state->setErrorMessage(std::nullopt); }, parent)
+{
+    QObject::connect(state, &AppState::errorMessageChanged, this, &ErrorBar::refresh);
+}
+
+ErrorBar::ErrorBar(std::function<QString()> read, std::function<void()> clear, QWidget* parent)
+    : QWidget(parent), m_read(std::move(read)), m_clear(std::move(clear))
 {
     static const bool factoryInstalled = [] {
         QAccessible::installFactory(alertFactory);
@@ -45,11 +53,12 @@ ErrorBar::ErrorBar(AppState* state, QWidget* parent) : QWidget(parent), m_state(
     auto* dismissButton = new QPushButton(tr("Dismiss"), this);
     dismissButton->setObjectName(QStringLiteral("dismissButton"));
     dismissButton->setFlat(true);
+    // Return in a window's fields never dismisses its error.
+    dismissButton->setAutoDefault(false);
     layout->addWidget(icon);
     layout->addWidget(m_message, 1);
     layout->addWidget(dismissButton);
     QObject::connect(dismissButton, &QPushButton::clicked, this, &ErrorBar::dismiss);
-    QObject::connect(state, &AppState::errorMessageChanged, this, &ErrorBar::refresh);
     refresh();
 }
 
@@ -60,19 +69,18 @@ QString ErrorBar::message() const
 
 void ErrorBar::dismiss()
 {
-    m_state->setErrorMessage(std::nullopt);
+    m_clear();
 }
 
 void ErrorBar::refresh()
 {
-    const auto& message = m_state->errorMessage();
-    const QString text = message.value_or(QString());
+    const QString text = m_read();
     const bool changed = text != m_message->text();
     m_message->setText(text);
     setAccessibleName(text);
-    setVisible(message.has_value());
+    setVisible(!text.isEmpty());
     // Showing the bar is not enough for every screen reader: say that an alert came up.
-    if (message && changed) {
+    if (!text.isEmpty() && changed) {
         QAccessibleEvent event(this, QAccessible::Alert);
         QAccessible::updateAccessibility(&event);
     }

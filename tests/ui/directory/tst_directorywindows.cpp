@@ -10,12 +10,12 @@
 #include "ui/directory/ContactTableModel.h"
 #include "ui/directory/ContactsWindow.h"
 #include "ui/directory/DirectoryEmptyState.h"
-#include "ui/directory/DirectoryErrorBar.h"
 #include "ui/directory/DirectoryTable.h"
 #include "ui/directory/ListFieldEditor.h"
 #include "ui/directory/MaskedEmailEditor.h"
 #include "ui/directory/MaskedEmailTableModel.h"
 #include "ui/directory/MaskedEmailWindow.h"
+#include "ui/main/ErrorBar.h"
 
 #include <QAbstractItemModelTester>
 #include <QAccessible>
