@@ -116,6 +116,10 @@ void TestMainWindow::noTokenShowsThePrompt()
     QVERIFY(!window.errorBar()->isVisible());
     screenshot(&window, "main-no-token");
 
+    // Ctrl+, opens Settings where the desktop names no key of its own for it.
+    QTest::keyClick(&window, Qt::Key_Comma, Qt::ControlModifier);
+    QTRY_VERIFY(window.settingsWindow()->isVisible());
+    window.settingsWindow()->hide();
     auto* open = window.findChild<QPushButton*>("openSettingsButton");
     QCOMPARE(open->text(), QString("Open Settings"));
     open->click();

@@ -35,7 +35,11 @@ MainMenus::MainMenus(AppState* state, MainWindow* window, QUndoStack* undoStack)
     addMailAction(file, MailAction::Compose);
     file->addSeparator();
     QAction* settings = file->addAction(tr("Settings…"), window, &MainWindow::showSettings);
-    settings->setShortcut(QKeySequence::Preferences);
+    // Desktops without a standard key for it (most outside KDE) get the usual Ctrl+,.
+    const QList<QKeySequence> preferences = QKeySequence::keyBindings(QKeySequence::Preferences);
+    settings->setShortcuts(preferences.isEmpty()
+                               ? QList<QKeySequence>{QKeySequence(Qt::CTRL | Qt::Key_Comma)}
+                               : preferences);
     settings->setMenuRole(QAction::PreferencesRole);
     file->addSeparator();
     QAction* quit = file->addAction(tr("Quit"), qApp, &QApplication::quit);
