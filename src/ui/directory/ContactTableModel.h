@@ -2,7 +2,7 @@
 
 #include "directory/Contact.h"
 #include "mail/EmailAddress.h"
-#include "ui/models/KeyedTableModel.h"
+#include "ui/models/KeyedModel.h"
 
 #include <QPointer>
 #include <QStringList>

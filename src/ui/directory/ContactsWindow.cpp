@@ -96,23 +96,14 @@ QMenu* ContactsWindow::contextMenu(const QSet<QString>& ids)
 
 void ContactsWindow::edit(const QSet<QString>& ids)
 {
-    if (ids.size() != 1 || !canAct())
-        return;
-    const QList<Contact> chosen = m_model->contacts(ids);
-    if (chosen.isEmpty())
-        return;
-    auto* editor = new ContactEditor(m_store, chosen.first(), this);
-    editor->setAttribute(Qt::WA_DeleteOnClose);
-    editor->open();
+    const QList<Contact> chosen = ids.size() == 1 ? m_model->contacts(ids) : QList<Contact>();
+    if (!chosen.isEmpty())
+        openEditor<ContactEditor>(m_store, std::optional(chosen.first()));
 }
 
 void ContactsWindow::create()
 {
-    if (!canAct())
-        return;
-    auto* editor = new ContactEditor(m_store, std::nullopt, this);
-    editor->setAttribute(Qt::WA_DeleteOnClose);
-    editor->open();
+    openEditor<ContactEditor>(m_store, std::optional<Contact>());
 }
 
 void ContactsWindow::newMessage(const QSet<QString>& ids)

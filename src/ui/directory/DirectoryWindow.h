@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include <QMainWindow>
 #include <QMessageBox>
 #include <QPointer>
@@ -61,6 +63,16 @@ protected:
 
     // Whether the toolbar can act: the store has a service, or this is demo mode.
     virtual bool canAct() const = 0;
+    // Opens the window-modal editor of one record, or of a new one when `record` is empty.
+    template <typename Editor, typename Store, typename Record>
+    void openEditor(Store* store, const std::optional<Record>& record)
+    {
+        if (!canAct())
+            return;
+        auto* editor = new Editor(store, record, this);
+        editor->setAttribute(Qt::WA_DeleteOnClose);
+        editor->open();
+    }
     // Reloads the store, in a task.
     virtual void load() = 0;
     // Chooses what stands in place of an empty table.

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "directory/MaskedEmail.h"
-#include "ui/models/KeyedTableModel.h"
+#include "ui/models/KeyedModel.h"
 
 #include <QPointer>
 #include <QStringList>

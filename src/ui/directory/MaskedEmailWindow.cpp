@@ -122,23 +122,15 @@ QMenu* MaskedEmailWindow::contextMenu(const QSet<QString>& ids)
 
 void MaskedEmailWindow::edit(const QSet<QString>& ids)
 {
-    if (ids.size() != 1 || !canAct())
-        return;
-    const QList<MaskedEmail> chosen = m_model->records(ids);
-    if (chosen.isEmpty())
-        return;
-    auto* editor = new MaskedEmailEditor(m_store, chosen.first(), this);
-    editor->setAttribute(Qt::WA_DeleteOnClose);
-    editor->open();
+    const QList<MaskedEmail> chosen =
+        ids.size() == 1 ? m_model->records(ids) : QList<MaskedEmail>();
+    if (!chosen.isEmpty())
+        openEditor<MaskedEmailEditor>(m_store, std::optional(chosen.first()));
 }
 
 void MaskedEmailWindow::create()
 {
-    if (!canAct())
-        return;
-    auto* editor = new MaskedEmailEditor(m_store, std::nullopt, this);
-    editor->setAttribute(Qt::WA_DeleteOnClose);
-    editor->open();
+    openEditor<MaskedEmailEditor>(m_store, std::optional<MaskedEmail>());
 }
 
 QString MaskedEmailWindow::deleteTitle(qsizetype count) const

@@ -2,7 +2,7 @@
 
 #include "mail/MailboxTree.h"
 
-#include "ui/models/KeyedListModel.h"
+#include "ui/models/KeyedModel.h"
 #include <QPointer>
 
 class AppState;

@@ -3,7 +3,7 @@
 #include "content/DateGroup.h"
 #include "mail/MailThread.h"
 
-#include "ui/models/KeyedListModel.h"
+#include "ui/models/KeyedModel.h"
 #include <QDateTime>
 #include <QPointer>
 

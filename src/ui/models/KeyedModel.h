@@ -1,17 +1,18 @@
 #pragma once
 
 #include <QAbstractListModel>
+#include <QAbstractTableModel>
 #include <QList>
 #include <QSet>
 #include <QString>
 
-// A list model whose rows are brought up to date by id, one row at a time: rows that left are
-// removed, new ones inserted, moved ones moved and changed ones reported, never a reset, so
-// that a view's selection and scroll position survive a refresh.
-class KeyedListModel : public QAbstractListModel
+// A list or table model whose rows are brought up to date by id, one row at a time: rows that
+// left are removed, new ones inserted, moved ones moved and changed ones reported across all
+// columns, never a reset, so that a view's selection and scroll position survive a refresh.
+template <typename Base> class KeyedModel : public Base
 {
 public:
-    using QAbstractListModel::QAbstractListModel;
+    using Base::Base;
 
 protected:
     // `idOf` gives a row's id; rows compare with ==.
@@ -22,13 +23,14 @@ protected:
         kept.reserve(wanted.size());
         for (const Row& row : wanted)
             kept.insert(idOf(row));
+        const int lastColumn = static_cast<const QAbstractItemModel*>(this)->columnCount() - 1;
         for (int target = 0; target < wanted.size(); ++target) {
             // A row that left goes at once: sliding it down past the rows below would move each
             // of them, a signal apiece for the view and assistive technology.
             while (target < rows.size() && !kept.contains(idOf(rows.at(target)))) {
-                beginRemoveRows({}, target, target);
+                this->beginRemoveRows({}, target, target);
                 rows.removeAt(target);
-                endRemoveRows();
+                this->endRemoveRows();
             }
             const Row& row = wanted.at(target);
             const QString id = idOf(row);
@@ -39,25 +41,28 @@ protected:
                     break;
                 }
             if (found < 0) {
-                beginInsertRows({}, target, target);
+                this->beginInsertRows({}, target, target);
                 rows.insert(target, row);
-                endInsertRows();
+                this->endInsertRows();
                 continue;
             }
             if (found != target) {
-                beginMoveRows({}, found, found, {}, target);
+                this->beginMoveRows({}, found, found, {}, target);
                 rows.move(found, target);
-                endMoveRows();
+                this->endMoveRows();
             }
             if (!(rows.at(target) == row)) {
                 rows[target] = row;
-                Q_EMIT dataChanged(index(target), index(target));
+                Q_EMIT this->dataChanged(this->index(target, 0), this->index(target, lastColumn));
             }
         }
         if (rows.size() > wanted.size()) {
-            beginRemoveRows({}, int(wanted.size()), int(rows.size()) - 1);
+            this->beginRemoveRows({}, int(wanted.size()), int(rows.size()) - 1);
             rows.resize(wanted.size());
-            endRemoveRows();
+            this->endRemoveRows();
         }
     }
 };
+
+using KeyedListModel = KeyedModel<QAbstractListModel>;
+using KeyedTableModel = KeyedModel<QAbstractTableModel>;
