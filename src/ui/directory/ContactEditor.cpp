@@ -1,15 +1,14 @@
 #include "ContactEditor.h"
 
+#include "EditorButtons.h"
 #include "ListFieldEditor.h"
 #include "app/stores/ContactStore.h"
 
-#include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QVBoxLayout>
 
 ContactEditor::ContactEditor(ContactStore* store, std::optional<Contact> existing, QWidget* parent)
     : QDialog(parent), m_store(store), m_existing(std::move(existing))
@@ -56,21 +55,8 @@ ContactEditor::ContactEditor(ContactStore* store, std::optional<Contact> existin
     connect(m_phones, &ListFieldEditor::changed, this, &ContactEditor::readForm);
     connect(m_note, &QPlainTextEdit::textChanged, this, &ContactEditor::readForm);
 
-    auto* buttons = new QDialogButtonBox(this);
-    buttons->addButton(QDialogButtonBox::Cancel);
-    m_save =
-        buttons->addButton(m_existing ? tr("Save") : tr("Create"), QDialogButtonBox::AcceptRole);
-    m_save->setObjectName(QStringLiteral("saveButton"));
-    m_save->setDefault(true);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    m_save = layOutEditor(this, form, m_existing.has_value(), 440);
     connect(m_save, &QPushButton::clicked, this, &ContactEditor::save);
-
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(20, 20, 20, 16);
-    layout->addLayout(form);
-    layout->addSpacing(8);
-    layout->addWidget(buttons);
-    setMinimumWidth(440);
     readForm();
 }
 

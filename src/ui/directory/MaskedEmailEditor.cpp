@@ -1,14 +1,14 @@
 #include "MaskedEmailEditor.h"
 
+#include "EditorButtons.h"
+
 #include "app/stores/MaskedEmailStore.h"
 #include "ui/threads/ViewColors.h"
 
-#include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QVBoxLayout>
 
 MaskedEmailEditor::MaskedEmailEditor(MaskedEmailStore* store, std::optional<MaskedEmail> existing,
                                      QWidget* parent)
@@ -58,21 +58,8 @@ MaskedEmailEditor::MaskedEmailEditor(MaskedEmailStore* store, std::optional<Mask
     m_note->setPalette(palette);
     form->addRow(QString(), m_note);
 
-    auto* buttons = new QDialogButtonBox(this);
-    buttons->addButton(QDialogButtonBox::Cancel);
-    m_save =
-        buttons->addButton(m_existing ? tr("Save") : tr("Create"), QDialogButtonBox::AcceptRole);
-    m_save->setObjectName(QStringLiteral("saveButton"));
-    m_save->setDefault(true);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    m_save = layOutEditor(this, form, m_existing.has_value(), 460);
     connect(m_save, &QPushButton::clicked, this, &MaskedEmailEditor::save);
-
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(20, 20, 20, 16);
-    layout->addLayout(form);
-    layout->addSpacing(8);
-    layout->addWidget(buttons);
-    setMinimumWidth(460);
     readForm();
     (m_prefix ? m_prefix : m_website)->setFocus(Qt::OtherFocusReason);
 }
