@@ -5,6 +5,7 @@
 
 #include "AsyncTest.h"
 #include "EmailIds.h"
+#include "ServerMail.h"
 #include "jmap/JMAPClient.h"
 #include "jmap/JMAPDecoding.h"
 #include "jmap/JMAPPushStream.h"
@@ -50,42 +51,6 @@ QByteArray rfc822(const Seed& seed)
         text += seed.mime;
     text.replace(QStringLiteral("\n"), QStringLiteral("\r\n"));
     return text.toUtf8();
-}
-
-QCoro::Task<QString> importEmail(JMAPClient* client, QByteArray message, QString mailboxId,
-                                 QJsonObject keywords, QDateTime receivedAt)
-{
-    const QString blobId = co_await client->upload(message, QStringLiteral("message/rfc822"));
-    const QString accountId = co_await client->accountId();
-    const QJsonObject email{{"blobId", blobId},
-                            {"mailboxIds", QJsonObject{{mailboxId, true}}},
-                            {"keywords", keywords},
-                            {"receivedAt", JMAPDecoding::formatDate(receivedAt)}};
-    const QList<Invocation> calls{
-        {"Email/import",
-         QJsonObject{{"accountId", accountId}, {"emails", QJsonObject{{"m", email}}}}, "0"}};
-    const auto responses = co_await client->call(calls);
-    const QJsonObject result = arguments(responses, "0");
-    MailService::throwSetError(result, "notCreated");
-    const QString id = result["created"]["m"]["id"].toString();
-    co_return id;
-}
-
-// Email/get of a few properties, by id; absent ids are missing from the map.
-QCoro::Task<QMap<QString, QJsonObject>> getEmails(JMAPClient* client, QStringList ids)
-{
-    const QString accountId = co_await client->accountId();
-    const QList<Invocation> calls{
-        {"Email/get",
-         QJsonObject{{"accountId", accountId},
-                     {"ids", QJsonArray::fromStringList(ids)},
-                     {"properties", QJsonArray{"id", "mailboxIds", "keywords", "subject"}}},
-         "0"}};
-    const auto responses = co_await client->call(calls);
-    QMap<QString, QJsonObject> result;
-    for (const QJsonValue& email : arguments(responses, "0")["list"].toArray())
-        result.insert(email["id"].toString(), email.toObject());
-    co_return result;
 }
 
 QJsonValue keyword(const QJsonObject& email, const char* name)
@@ -159,7 +124,7 @@ QString TestMailCyrus::role(const QString& name) const
 QString TestMailCyrus::seed(const Seed& message, const QString& mailboxId,
                             const QJsonObject& keywords, const QDateTime& receivedAt)
 {
-    return await(importEmail(m_client.get(), rfc822(message), mailboxId, keywords, receivedAt));
+    return ServerMail::deliver(m_client, rfc822(message), mailboxId, receivedAt, keywords);
 }
 
 void TestMailCyrus::pageOfThreads()
@@ -354,7 +319,7 @@ void TestMailCyrus::draftSavedReplacedAndSent()
     message.references = QStringList{original.messageId};
     message.answeredEmailId = originalId;
     const QString first = await(m_service->saveDraft(message, drafts, std::nullopt));
-    auto stored = await(getEmails(m_client.get(), {first}));
+    auto stored = ServerMail::emails(m_client, {first});
     QCOMPARE(stored[first]["mailboxIds"].toObject(), (QJsonObject{{drafts, true}}));
     QCOMPARE(stored[first]["keywords"].toObject(),
              (QJsonObject{{"$draft", true}, {"$seen", true}}));
@@ -363,14 +328,14 @@ void TestMailCyrus::draftSavedReplacedAndSent()
     message.htmlBody = "<p>Second version</p>";
     const QString second = await(m_service->saveDraft(message, drafts, first));
     QVERIFY(second != first);
-    stored = await(getEmails(m_client.get(), {first, second}));
+    stored = ServerMail::emails(m_client, {first, second});
     QVERIFY(!stored.contains(first));
     QVERIFY(stored.contains(second));
 
     const QString submission =
         await(m_service->submit(second, m_identity.id, drafts, sent, originalId, std::nullopt));
     QVERIFY(!submission.isEmpty());
-    stored = await(getEmails(m_client.get(), {second, originalId}));
+    stored = ServerMail::emails(m_client, {second, originalId});
     QCOMPARE(stored[second]["mailboxIds"].toObject(), (QJsonObject{{sent, true}}));
     QVERIFY(!stored[second]["keywords"].toObject().contains("$draft"));
     QCOMPARE(keyword(stored.value(originalId), "$answered"), QJsonValue(true));
