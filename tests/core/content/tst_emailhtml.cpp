@@ -264,11 +264,8 @@ void TestEmailHTML::plainTextOfHTML_data()
     QTest::addColumn<QString>("html");
     QTest::addColumn<QString>("text");
 
-    // Hidden elements.
-    QTest::newRow("head, style and script dropped")
-        << "<html><head><title>T</title></head><body><style>p{}</style>Hi"
-           "<script type=\"x\">alert(1)</script></body></html>"
-        << "Hi";
+    // The newsletter fixture below holds the common cases (head, style and script, block
+    // ends, nested tables, named entities); these are the edges.
     QTest::newRow("unclosed style keeps its text") << "<style>p { x }"
                                                    << "p { x }";
     QTest::newRow("lazy: text between two scripts stays")
@@ -276,14 +273,6 @@ void TestEmailHTML::plainTextOfHTML_data()
         << "keep";
 
     // Line structure.
-    QTest::newRow("paragraphs on lines") << "<p>a</p><p>b</p>"
-                                         << "a\nb";
-    QTest::newRow("block ends") << "<h2>T</h2><div>d</div><blockquote>q</blockquote><li>i</li>"
-                                << "T\nd\nq\ni";
-    QTest::newRow("nested tables")
-        << "<table><tr><td><table><tr><td>a</td></tr></table></td></tr><tr><td>b</td></tr>"
-           "</table>"
-        << "a\n\nb";
     QTest::newRow("at most one empty line") << "a\n\n\n\nb<br><br><br><br>c"
                                             << "a\n\nb\n\nc";
     QTest::newRow("trimmed at both ends") << "\n  <p> x </p>\n\t"
@@ -302,8 +291,6 @@ void TestEmailHTML::plainTextOfHTML_data()
                                       << "<b> \"q\" 's' a b &";
     QTest::newRow("double-escaped nbsp") << "&amp;nbsp;"
                                          << "&nbsp;";
-    QTest::newRow("other entities stay") << "&copy; &#60; &#x3c; &NBSP; &mdash;"
-                                         << "&copy; &#60; &#x3c; &NBSP; &mdash;";
     QTest::newRow("empty") << ""
                            << "";
 }
