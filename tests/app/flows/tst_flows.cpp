@@ -1,7 +1,7 @@
 // Mail that Veldrin writes by itself: answers to invitations, unsubscribe requests and feedback,
 // through the state on a fake account that keeps what was saved and submitted.
 
-#include "../state/StateFixture.h"
+#include "StateFixture.h"
 
 #include "jmap/Errors.h"
 
