@@ -30,11 +30,6 @@ bool writeFile(const QString& path, const QByteArray& data)
     return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(data) == data.size();
 }
 
-QString fixture(const QString& name)
-{
-    return Fixtures::path(QStringLiteral("config/") + name);
-}
-
 // Every key set away from its default.
 AppConfig everythingChanged()
 {
@@ -209,7 +204,7 @@ void TestConfigStore::firstLoadWritesDefaultsAndFolders()
     const AppConfig loaded = ConfigStore(nested).load();
     QVERIFY(loaded == AppConfig());
     const QByteArray written = readFile(nested);
-    QCOMPARE(written, readFile(fixture("defaults.json")));
+    QCOMPARE(written, readFile(Fixtures::path("config/defaults.json")));
     // Loading it again gives the same record and does not touch the file.
     QVERIFY(ConfigStore(nested).load() == AppConfig());
     QCOMPARE(readFile(nested), written);
@@ -241,7 +236,7 @@ void TestConfigStore::savedFileIsByteStable()
     const ConfigStore store(path());
     store.save(everythingChanged());
     const QByteArray first = readFile(path());
-    QCOMPARE(first, readFile(fixture("everything.json")));
+    QCOMPARE(first, readFile(Fixtures::path("config/everything.json")));
     QVERIFY(store.load() == everythingChanged());
     store.save(store.load());
     QCOMPARE(readFile(path()), first);
@@ -259,7 +254,7 @@ void TestConfigStore::saveReplacesTheFileWhole()
 
     store.save(everythingChanged());
     QCOMPARE(reader.readAll(), before);
-    QCOMPARE(readFile(path()), readFile(fixture("everything.json")));
+    QCOMPARE(readFile(path()), readFile(Fixtures::path("config/everything.json")));
     QCOMPARE(QDir(m_dir->path()).entryList(QDir::Files | QDir::Hidden), QStringList{"config.json"});
 }
 

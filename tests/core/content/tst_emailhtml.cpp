@@ -72,11 +72,6 @@ Email htmlOnly(const QString& html)
     return email(QList{part("1", "text/html")}, std::nullopt, values({{"1", html}}));
 }
 
-QString fixture(const QString& path)
-{
-    return Fixtures::text(path);
-}
-
 const QString noContent = QStringLiteral("<p><em>(no content)</em></p>");
 
 QString pre(const QString& escaped)
@@ -305,8 +300,8 @@ void TestEmailHTML::plainTextOfHTML()
 
 void TestEmailHTML::newsletterPlainText()
 {
-    const QString html = fixture(QStringLiteral("html/newsletter.html"));
-    const QString expected = fixture(QStringLiteral("html/newsletter.txt"));
+    const QString html = Fixtures::text("html/newsletter.html");
+    const QString expected = Fixtures::text("html/newsletter.txt");
     QVERIFY(!html.isEmpty());
     QCOMPARE(EmailHTML::plainText(htmlOnly(html)), expected);
 }

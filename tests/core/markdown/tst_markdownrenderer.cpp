@@ -21,11 +21,6 @@ void addRow(const char* name, const char* markdown, const char* html)
     QTest::newRow(name) << QString::fromUtf8(markdown) << false << QString::fromUtf8(html);
 }
 
-QString fixture(const QString& name)
-{
-    return Fixtures::text(QStringLiteral("markdown/") + name);
-}
-
 } // namespace
 
 void TestMarkdownRenderer::html_data()
@@ -139,8 +134,8 @@ void TestMarkdownRenderer::html()
 // (paragraphs, quotes, fenced code, rules, strikethrough, links, task items, aligned tables).
 void TestMarkdownRenderer::newsletterMatchesFixture()
 {
-    const QString markdown = fixture(QStringLiteral("mail.md"));
-    const QString expected = fixture(QStringLiteral("mail.html"));
+    const QString markdown = Fixtures::text("markdown/mail.md");
+    const QString expected = Fixtures::text("markdown/mail.html");
     QVERIFY(!markdown.isEmpty());
     QVERIFY(!expected.isEmpty());
     QCOMPARE(MarkdownRenderer::emailDocument(markdown, true), expected);
