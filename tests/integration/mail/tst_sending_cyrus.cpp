@@ -38,8 +38,9 @@ private Q_SLOTS:
     void scheduledSendCanBeCancelled();
 
 private:
-    std::unique_ptr<AppState> connected(QTemporaryDir& home, QNetworkAccessManager& network,
-                                        MemorySecretStore& keychain);
+    std::unique_ptr<AppState> connected(
+        QTemporaryDir& home, QNetworkAccessManager& network, MemorySecretStore& keychain,
+        const std::function<void(QUuid)>& openWindow = [](QUuid) {});
     const TestServer server;
 };
 
@@ -51,18 +52,19 @@ void TestSendingCyrus::initTestCase()
 
 std::unique_ptr<AppState> TestSendingCyrus::connected(QTemporaryDir& home,
                                                       QNetworkAccessManager& network,
-                                                      MemorySecretStore& keychain)
+                                                      MemorySecretStore& keychain,
+                                                      const std::function<void(QUuid)>& openWindow)
 {
     keychain.data = server.token.toUtf8();
     AppEnvironment environment =
         testEnvironment(&network, home.filePath("config/veldrin/config.json"), keychain);
-    environment.timing.toastSecond = std::chrono::milliseconds(10);
+    // Toasts keep their real length: the test reads them after a round trip to the server.
     auto state = makeTestState(environment, server.sessionUrl);
     AppConfig config = state->config();
     config.undoSendSeconds = 0;
     config.refreshIntervalSeconds = 0;
     state->setConfig(config);
-    state->start([](QUuid) {});
+    state->start(openWindow);
     if (!QTest::qWaitFor([&state] { return state->isConnected(); }, 20000))
         return nullptr;
     return state;
@@ -185,18 +187,10 @@ void TestSendingCyrus::plainAndHeldSends()
     QTemporaryDir home;
     QNetworkAccessManager network;
     MemorySecretStore keychain;
-    keychain.data = server.token.toUtf8();
-    AppEnvironment environment =
-        testEnvironment(&network, home.filePath("config/veldrin/config.json"), keychain);
-    environment.timing.toastSecond = std::chrono::milliseconds(10);
-    auto state = makeTestState(environment, server.sessionUrl);
-    AppConfig config = state->config();
-    config.undoSendSeconds = 0;
-    config.refreshIntervalSeconds = 0;
-    state->setConfig(config);
     QList<QUuid> windows;
-    state->start([&windows](QUuid id) { windows.append(id); });
-    QTRY_VERIFY_WITH_TIMEOUT(state->isConnected(), 20000);
+    auto state = connected(home, network, keychain, [&windows](QUuid id) { windows.append(id); });
+    QVERIFY(state);
+    AppConfig config = state->config();
     const auto client = state->service()->client();
     const QString tag = QUuid::createUuid().toString(QUuid::WithoutBraces).left(8);
 
