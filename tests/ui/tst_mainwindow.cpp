@@ -15,6 +15,7 @@
 #include "ui/web/MailWebView.h"
 
 #include <QAbstractItemModelTester>
+#include <QAccessible>
 #include <QApplication>
 #include <QDir>
 #include <QJsonDocument>
@@ -120,13 +121,21 @@ void TestMainWindow::noTokenShowsThePrompt()
     QTest::keyClick(&window, Qt::Key_Comma, Qt::ControlModifier);
     QTRY_VERIFY(window.settingsWindow()->isVisible());
     window.settingsWindow()->hide();
+
+    // Open Settings lands in the token field of the Account tab, ready for a paste.
     auto* open = window.findChild<QPushButton*>("openSettingsButton");
     QCOMPARE(open->text(), QString("Open Settings"));
-    open->click();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QTest::mouseClick(open, Qt::LeftButton);
     SettingsWindow* settings = window.settingsWindow();
-    QTRY_VERIFY(settings->isVisible());
+    QVERIFY(QTest::qWaitForWindowActive(settings));
     QCOMPARE(settings->tabs()->currentWidget(), settings->account());
-    QCOMPARE(settings->findChild<QLineEdit*>("tokenField")->placeholderText(), QString("fmu1-…"));
+    auto* token = settings->findChild<QLineEdit*>("tokenField");
+    QCOMPARE(token->placeholderText(), QString("fmu1-…"));
+    QTRY_COMPARE(QApplication::focusWidget(), token);
+    QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(token);
+    QCOMPARE(accessible->text(QAccessible::Name), QString("API token"));
+    QVERIFY(accessible->state().focused);
     QCOMPARE(settings->findChild<QLabel*>("connectionStatus")->text(), QString("Not connected"));
     QVERIFY(!settings->findChild<QPushButton*>("removeTokenButton")->isVisible());
     screenshot(settings, "settings-account-empty");
@@ -196,6 +205,7 @@ void TestMainWindow::failureStandsInTheErrorBarUntilDismissed()
     QTRY_COMPARE(window.settingsWindow()->findChild<QLabel*>("connectionStatus")->text(),
                  QString("Fastmail rejected the API token. Check it in Settings."));
     window.settingsWindow()->hide();
+
     screenshot(&window, "main-error-bar");
     window.findChild<QPushButton*>("dismissButton")->click();
     QVERIFY(!state->errorMessage());

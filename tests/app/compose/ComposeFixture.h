@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../state/StateFixture.h"
+#include "StateFixture.h"
 
 #include <QElapsedTimer>
 #include <QJsonArray>

@@ -56,8 +56,6 @@ void TestDateGroup::groups_data()
         << at("2026-10-14T00:00:00+02:00") << now << berlin << DateGroup::Today;
     QTest::newRow("future: a sender's wrong clock")
         << at("2026-10-20T12:00:00+02:00") << now << berlin << DateGroup::Today;
-    QTest::newRow("two days") << at("2026-10-12T23:59:00+02:00") << now << berlin
-                              << DateGroup::LastWeek;
     QTest::newRow("seven calendar days")
         << at("2026-10-07T00:00:00+02:00") << now << berlin << DateGroup::LastWeek;
     QTest::newRow("eight calendar days")

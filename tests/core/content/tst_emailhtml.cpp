@@ -72,11 +72,6 @@ Email htmlOnly(const QString& html)
     return email(QList{part("1", "text/html")}, std::nullopt, values({{"1", html}}));
 }
 
-QString fixture(const QString& path)
-{
-    return Fixtures::text(path);
-}
-
 const QString noContent = QStringLiteral("<p><em>(no content)</em></p>");
 
 QString pre(const QString& escaped)
@@ -137,18 +132,10 @@ void TestEmailHTML::htmlEscaped_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("escaped");
 
-    QTest::newRow("plain words") << "hello"
-                                 << "hello";
-    QTest::newRow("new entities are not escaped again") << "a < b & c"
-                                                        << "a &lt; b &amp; c";
     QTest::newRow("existing entity is escaped") << "&lt;"
                                                 << "&amp;lt;";
     QTest::newRow("double quote, not single") << "\"it's\""
                                               << "&quot;it's&quot;";
-    QTest::newRow("tag") << "<a href=\"x\">"
-                         << "&lt;a href=&quot;x&quot;&gt;";
-    QTest::newRow("empty") << ""
-                           << "";
 }
 
 void TestEmailHTML::htmlEscaped()
@@ -272,28 +259,15 @@ void TestEmailHTML::plainTextOfHTML_data()
     QTest::addColumn<QString>("html");
     QTest::addColumn<QString>("text");
 
-    // Hidden elements.
-    QTest::newRow("head, style and script dropped")
-        << "<html><head><title>T</title></head><body><style>p{}</style>Hi"
-           "<script type=\"x\">alert(1)</script></body></html>"
-        << "Hi";
+    // The newsletter fixture below holds the common cases (head, style and script, block
+    // ends, nested tables, named entities); these are the edges.
     QTest::newRow("unclosed style keeps its text") << "<style>p { x }"
                                                    << "p { x }";
-    QTest::newRow("header is not head") << "<header>Top</header>"
-                                        << "Top";
     QTest::newRow("lazy: text between two scripts stays")
         << "<script>1</script>keep<script>2</script>"
         << "keep";
 
     // Line structure.
-    QTest::newRow("paragraphs on lines") << "<p>a</p><p>b</p>"
-                                         << "a\nb";
-    QTest::newRow("block ends") << "<h2>T</h2><div>d</div><blockquote>q</blockquote><li>i</li>"
-                                << "T\nd\nq\ni";
-    QTest::newRow("nested tables")
-        << "<table><tr><td><table><tr><td>a</td></tr></table></td></tr><tr><td>b</td></tr>"
-           "</table>"
-        << "a\n\nb";
     QTest::newRow("at most one empty line") << "a\n\n\n\nb<br><br><br><br>c"
                                             << "a\n\nb\n\nc";
     QTest::newRow("trimmed at both ends") << "\n  <p> x </p>\n\t"
@@ -302,22 +276,16 @@ void TestEmailHTML::plainTextOfHTML_data()
     // Tags and comments.
     QTest::newRow("comment with a bracket leaks its tail") << "<!-- a > b -->x"
                                                            << "b -->x";
-    QTest::newRow("unclosed tag at the end stays") << "a <b"
-                                                   << "a <b";
     QTest::newRow("brackets around words are taken for a tag") << "1 < 2 and 3 > 2"
                                                                << "1  2";
     QTest::newRow("huge attribute") << "<img alt=\"" + QString(1 << 20, 'x') + "\">tail"
                                     << "tail";
-    QTest::newRow("attribute with a line break") << "<a\nhref=\"x\">link</a>"
-                                                 << "link";
 
     // Entities.
     QTest::newRow("the six entities") << "&lt;b&gt; &quot;q&quot; &#39;s&#39; a&nbsp;b &amp;"
                                       << "<b> \"q\" 's' a b &";
     QTest::newRow("double-escaped nbsp") << "&amp;nbsp;"
                                          << "&nbsp;";
-    QTest::newRow("other entities stay") << "&copy; &#60; &#x3c; &NBSP; &mdash;"
-                                         << "&copy; &#60; &#x3c; &NBSP; &mdash;";
     QTest::newRow("empty") << ""
                            << "";
 }
@@ -332,8 +300,8 @@ void TestEmailHTML::plainTextOfHTML()
 
 void TestEmailHTML::newsletterPlainText()
 {
-    const QString html = fixture(QStringLiteral("html/newsletter.html"));
-    const QString expected = fixture(QStringLiteral("html/newsletter.txt"));
+    const QString html = Fixtures::text("html/newsletter.html");
+    const QString expected = Fixtures::text("html/newsletter.txt");
     QVERIFY(!html.isEmpty());
     QCOMPARE(EmailHTML::plainText(htmlOnly(html)), expected);
 }

@@ -188,6 +188,8 @@ void TestInvitation::replyToOutlookRefoldsTheLongUid()
     QCOMPARE(reply, expected);
 }
 
+// What the three real invitations above hold (an alarm with its own summary, a second event,
+// a TZID zone, a Windows zone name, an all-day date) is not repeated in the tables below.
 void TestInvitation::structure_data()
 {
     QTest::addColumn<QString>("text");
@@ -198,17 +200,6 @@ void TestInvitation::structure_data()
     QTest::addColumn<QStringList>("timeZoneLines");
 
     const QStringList zone{"BEGIN:VTIMEZONE", "TZID:X", "END:VTIMEZONE"};
-    QTest::newRow("several events: only the first")
-        << calendar({"BEGIN:VCALENDAR", "BEGIN:VEVENT", "UID:1", "SUMMARY:First", "END:VEVENT",
-                     "BEGIN:VEVENT", "UID:2", "SUMMARY:Second", "SEQUENCE:4", "END:VEVENT",
-                     "END:VCALENDAR"})
-        << true << ""
-        << "First" << QStringList{"UID:1", "SUMMARY:First"} << QStringList{};
-    QTest::newRow("alarm adds nothing, not even its summary")
-        << calendar({"BEGIN:VCALENDAR", "BEGIN:VEVENT", "UID:1", "BEGIN:VALARM", "SUMMARY:Alarm",
-                     "UID:alarm", "END:VALARM", "SUMMARY:Event", "END:VEVENT", "END:VCALENDAR"})
-        << true << ""
-        << "Event" << QStringList{"UID:1", "SUMMARY:Event"} << QStringList{};
     QTest::newRow("zone after the event is still kept")
         << calendar(QStringList{"BEGIN:VCALENDAR", "BEGIN:VEVENT", "UID:1", "END:VEVENT"} + zone +
                     QStringList{"END:VCALENDAR"})
@@ -340,16 +331,10 @@ void TestInvitation::dates_data()
     QTest::addColumn<QDateTime>("date");
 
     QTest::newRow("UTC") << "DTSTART:20261015T083000Z" << utc("2026-10-15T08:30:00Z");
-    QTest::newRow("TZID zone") << "DTSTART;TZID=Europe/Berlin:20260701T100000"
-                               << utc("2026-07-01T08:00:00Z");
     QTest::newRow("quoted TZID") << "DTSTART;TZID=\"Asia/Tokyo\":20260701T100000"
                                  << utc("2026-07-01T01:00:00Z");
-    QTest::newRow("unknown TZID reads in the system zone")
-        << "DTSTART;TZID=Mars/Olympus:20260701T100000" << utc("2026-07-01T14:00:00Z");
     QTest::newRow("floating time reads in the system zone")
         << "DTSTART:20260115T100000" << utc("2026-01-15T15:00:00Z");
-    QTest::newRow("all-day: local midnight")
-        << "DTSTART;VALUE=DATE:20261001" << utc("2026-10-01T04:00:00Z");
     QTest::newRow("eight characters without VALUE=DATE")
         << "DTSTART:20261001" << utc("2026-10-01T04:00:00Z");
     QTest::newRow("time in the spring-forward gap moves on")
@@ -405,9 +390,6 @@ void TestInvitation::fold_data()
     QTest::newRow("two-byte character that fits")
         << QString(73, u'a') + QStringLiteral("é")
         << QStringList{QString(73, u'a') + QStringLiteral("é")};
-    QTest::newRow("three-byte characters")
-        << QString(26, QChar(0x20AC))
-        << QStringList{QString(25, QChar(0x20AC)), QStringLiteral(" €")};
     QTest::newRow("emoji with modifier is one character")
         << QString(72, u'a') + QStringLiteral("👍🏽")
         << QStringList{QString(72, u'a'), QStringLiteral(" 👍🏽")};
@@ -569,18 +551,10 @@ void TestInvitation::attendeeAmongOwnAddresses()
 
 void TestInvitation::participationStatuses()
 {
-    using namespace ParticipationStatuses;
-    QStringList rows;
-    for (const ParticipationStatus status : all())
-        rows.append(value(status) + '|' + title(status) + '|' + pastTense(status));
-    QCOMPARE(rows,
-             (QStringList{"ACCEPTED|Accept|Accepted", "TENTATIVE|Maybe|Tentatively Accepted",
-                          "DECLINED|Decline|Declined", "NEEDS-ACTION|No Answer|Not Answered"}));
-    QCOMPARE(answers(), (QList<ParticipationStatus>{ParticipationStatus::Accepted,
-                                                    ParticipationStatus::Tentative,
-                                                    ParticipationStatus::Declined}));
-    QVERIFY(fromValue(QStringLiteral("accepted")) == ParticipationStatus::Accepted);
-    QVERIFY(!fromValue(QStringLiteral("DELEGATED")));
+    // Values from other programs come in any case; ones Veldrin does not know are no answer.
+    QVERIFY(ParticipationStatuses::fromValue(QStringLiteral("accepted")) ==
+            ParticipationStatus::Accepted);
+    QVERIFY(!ParticipationStatuses::fromValue(QStringLiteral("DELEGATED")));
 }
 
 void TestInvitation::oddInputNeverCrashes()

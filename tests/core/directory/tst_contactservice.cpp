@@ -14,11 +14,6 @@ using Fixtures::object;
 
 namespace {
 
-QJsonObject fixture(const QString& name)
-{
-    return Fixtures::json(QStringLiteral("directory/") + name);
-}
-
 QStringList idsOf(const QList<Contact>& contacts)
 {
     QStringList ids;
@@ -63,7 +58,7 @@ void TestContactService::init()
 
 void TestContactService::listsIndividualsInDisplayOrder()
 {
-    network->respondTo("ContactCard/get", fixture("contactcards.json"));
+    network->respondTo("ContactCard/get", Fixtures::json("directory/contactcards.json"));
     const QList<Contact> contacts = await(service->list());
 
     // Groups and organisations are left out; a kind that is no string counts as a person.

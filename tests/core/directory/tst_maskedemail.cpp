@@ -15,11 +15,6 @@ using Fixtures::object;
 
 namespace {
 
-QJsonObject fixture(const QString& name)
-{
-    return Fixtures::json(QStringLiteral("directory/") + name);
-}
-
 const QString absent = QStringLiteral("<absent>");
 
 } // namespace
@@ -155,7 +150,7 @@ void TestMaskedEmail::decoding()
 
 void TestMaskedEmail::listsNewestFirstWithoutDeleted()
 {
-    network->respondTo("MaskedEmail/get", fixture("maskedemails.json"));
+    network->respondTo("MaskedEmail/get", Fixtures::json("directory/maskedemails.json"));
     const QList<MaskedEmail> records = await(service->list());
     QStringList ids;
     for (const MaskedEmail& record : records)

@@ -51,8 +51,6 @@ void TestMailAction::bindingFromConfig_data()
     QTest::addColumn<QString>("stored");   // "<missing>": no entry for the action
     QTest::addColumn<QString>("expected"); // empty: no binding
 
-    QTest::newRow("default") << "e"
-                             << "e";
     QTest::newRow("changed") << "cmd+shift+e"
                              << "cmd+shift+e";
     QTest::newRow("deliberately unbound") << ""

@@ -9,10 +9,6 @@
 using namespace AsyncTest;
 using namespace MailFixtures;
 
-namespace {
-
-} // namespace
-
 class TestMailReads : public QObject
 {
     Q_OBJECT

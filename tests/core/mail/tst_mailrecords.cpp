@@ -11,11 +11,6 @@
 
 namespace {
 
-QJsonObject fixture(const QString& name)
-{
-    return Fixtures::json(QStringLiteral("mail/") + name);
-}
-
 QJsonObject minimalEmail(const QString& id = QStringLiteral("M1"))
 {
     return QJsonObject{{"id", id},
@@ -67,7 +62,7 @@ private slots:
 
 void TestMailRecords::fullEmailDecodesAndRoundTrips()
 {
-    const QJsonObject object = fixture("email-detail.json");
+    const QJsonObject object = Fixtures::json("mail/email-detail.json");
     const auto list = JMAPDecoding::decodeList<Email>(QJsonArray{object});
     QCOMPARE(list.size(), 1);
     const Email& email = list.first();
@@ -161,7 +156,7 @@ void TestMailRecords::senderName()
 
 void TestMailRecords::attachmentViews()
 {
-    const Email full = Email::fromJson(fixture("email-detail.json"));
+    const Email full = Email::fromJson(Fixtures::json("mail/email-detail.json"));
     // The inline logo with a content id is embedded; the gif without a disposition stays.
     QStringList listed;
     for (const BodyPart& part : full.listedAttachments())

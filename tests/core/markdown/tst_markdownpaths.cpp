@@ -23,11 +23,6 @@ private Q_SLOTS:
 
 namespace {
 
-QString fixture(const QString& name)
-{
-    return Fixtures::text(QStringLiteral("markdown/") + name);
-}
-
 // Every line of text inside the given number of block quotes.
 QString quoted(int depth, const QString& text)
 {
@@ -45,7 +40,7 @@ void TestMarkdownPaths::directMatchesTree_data()
     QTest::addColumn<QString>("markdown");
 
     QTest::newRow("empty") << QString();
-    QTest::newRow("mail fixture") << fixture(QStringLiteral("mail.md"));
+    QTest::newRow("mail fixture") << Fixtures::text("markdown/mail.md");
     QTest::newRow("escapes everywhere")
         << QStringLiteral("a < b & c > d\n\n`<x> & y`\n\n```c<\nif (a<b && c>d)\n```\n\n"
                           "    indented <code>\n\n<div>&amp; <b>raw</b></div>\n\ninline <i>x</i> "
@@ -98,7 +93,7 @@ void TestMarkdownPaths::emailStylesMatchReplacements_data()
 {
     QTest::addColumn<QString>("markdown");
 
-    QTest::newRow("mail fixture") << fixture(QStringLiteral("mail.md"));
+    QTest::newRow("mail fixture") << Fixtures::text("markdown/mail.md");
     QTest::newRow("every styled element")
         << QStringLiteral("> q\n\n```sh\nx\n```\n\n`c`\n\n| a | b |\n|:-|--|\n| 1 | 2 |");
     QTest::newRow("raw tags and near misses")

@@ -26,7 +26,6 @@ class TestConnectCyrus : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase();
-    void connectLoadsSessionMailboxesAndIdentities();
     void aTokenPastedInSettingsFillsTheSidebar();
     void aWrongTokenIsRejected();
 
@@ -54,36 +53,6 @@ std::unique_ptr<AppState> TestConnectCyrus::makeState(MemorySecretStore& store)
         store, sessionUrl);
 }
 
-void TestConnectCyrus::connectLoadsSessionMailboxesAndIdentities()
-{
-    MemorySecretStore store;
-    QVERIFY(Keychain::saveToken(store, token));
-    auto owner = makeState(store);
-    AppState& state = *owner;
-
-    AsyncTest::await(state.connect());
-    QVERIFY2(!state.errorMessage(), qPrintable(state.errorMessage().value_or(QString())));
-    QVERIFY(state.isConnected());
-    QCOMPARE(state.accountName(), std::optional<QString>("test@example.com"));
-
-    QSet<QString> roles;
-    for (const Mailbox& mailbox : state.mailboxes())
-        if (mailbox.role)
-            roles.insert(*mailbox.role);
-    QCOMPARE(roles, (QSet<QString>{"inbox", "drafts", "sent", "archive", "junk", "trash"}));
-    const auto inbox = state.mailboxWithRole("inbox");
-    QCOMPARE(state.selectedMailboxId(), std::optional<QString>(inbox->id));
-    QVERIFY(inbox->totalEmails > 0);
-
-    QCOMPARE(state.identities().size(), 1);
-    QCOMPARE(state.identities().first().email, QString("test@example.com"));
-    QCOMPARE(state.maxDelayedSend(), qint64(86400));
-    // The test server offers neither contacts nor Masked Email.
-    QVERIFY(!state.hasContacts());
-    QVERIFY(!state.hasMaskedEmail());
-    QTRY_COMPARE(state.activeFetches(), 0);
-}
-
 void TestConnectCyrus::aTokenPastedInSettingsFillsTheSidebar()
 {
     MemorySecretStore store;
@@ -105,10 +74,24 @@ void TestConnectCyrus::aTokenPastedInSettingsFillsTheSidebar()
     QTRY_COMPARE(settings->findChild<QLabel*>("connectionStatus")->text(),
                  QString("Connected as test@example.com"));
 
+    QCOMPARE(state.accountName(), std::optional<QString>("test@example.com"));
+    QSet<QString> roles;
+    for (const Mailbox& mailbox : state.mailboxes())
+        if (mailbox.role)
+            roles.insert(*mailbox.role);
+    QCOMPARE(roles, (QSet<QString>{"inbox", "drafts", "sent", "archive", "junk", "trash"}));
+    QVERIFY(state.mailboxWithRole("inbox")->totalEmails > 0);
+    QCOMPARE(state.identities().size(), 1);
+    QCOMPARE(state.identities().first().email, QString("test@example.com"));
+    QCOMPARE(state.maxDelayedSend(), qint64(86400));
+    // The test server offers neither contacts nor Masked Email.
+    QVERIFY(!state.hasContacts());
+    QVERIFY(!state.hasMaskedEmail());
+
     QListView* list = window.sidebar()->list();
     QCOMPARE(list->model()->rowCount(), state.mailboxes().size());
-    QVERIFY(list->model()->rowCount() >= 6);
     QCOMPARE(list->currentIndex().data().toString(), QString("Inbox"));
+    QCOMPARE(state.selectedMailboxId(), std::optional<QString>(state.mailboxWithRole("inbox")->id));
     const QString shots = qEnvironmentVariable("VELDRIN_SCREENSHOTS");
     if (!shots.isEmpty()) {
         QDir().mkpath(shots);

@@ -5,6 +5,7 @@
 
 #include "AppTestEnvironment.h"
 #include "AsyncTest.h"
+#include "ServerMail.h"
 #include "app/state/AppState.h"
 
 #include <QDir>
@@ -24,32 +25,11 @@ using namespace AsyncTest;
 
 namespace {
 
-// The message the sink has taken whose text holds `needle`, with its envelope's recipients.
-struct Sunk
+// The message the sink has taken whose text holds `needle`.
+std::optional<ServerMail::Sunk> sunk(const QString& needle)
 {
-    QString text;
-    QStringList recipients;
-};
-
-std::optional<Sunk> sunk(const QString& needle)
-{
-    const QDir sink(qEnvironmentVariable("VELDRIN_TEST_SINK_DIR"));
-    for (const QString& name : sink.entryList({"*.eml"}, QDir::Files)) {
-        QFile file(sink.filePath(name));
-        if (!file.open(QIODevice::ReadOnly))
-            continue;
-        const QByteArray text = file.readAll();
-        if (!text.contains(needle.toUtf8()))
-            continue;
-        QFile envelope(sink.filePath(QFileInfo(name).completeBaseName() + ".json"));
-        if (!envelope.open(QIODevice::ReadOnly))
-            continue;
-        Sunk result{QString::fromUtf8(text), {}};
-        for (const QJsonValue& to : QJsonDocument::fromJson(envelope.readAll())["to"].toArray())
-            result.recipients.append(to.toString());
-        return result;
-    }
-    return std::nullopt;
+    const QList<ServerMail::Sunk> found = ServerMail::sunk(needle);
+    return found.isEmpty() ? std::nullopt : std::optional(found.first());
 }
 
 // The decoded content of the first part whose Content-Type starts with `type`.
@@ -70,14 +50,7 @@ QString partText(const QString& message, const QString& type)
 // Removes the copies in Sent whose subject holds `text`.
 void removeSent(AppState& state, const QString& text)
 {
-    const auto client = state.service()->client();
-    const QString account = await(client->accountId());
-    const QList<Invocation> calls{
-        {"Email/query",
-         QJsonObject{{"accountId", account}, {"filter", QJsonObject{{"subject", text}}}}, "0"}};
-    QStringList ids;
-    for (const QJsonValue& id : arguments(await(client->call(calls)), "0")["ids"].toArray())
-        ids.append(id.toString());
+    const QStringList ids = ServerMail::idsWithSubject(state.service()->client(), text);
     if (!ids.isEmpty())
         await(state.service()->destroy(ids));
 }
@@ -185,7 +158,7 @@ void TestFlowsCyrus::answerReachesTheOrganizer()
     await(state->answer(*invitation, email, ParticipationStatus::Accepted));
     QCOMPARE(state->errorMessage(), std::nullopt);
     QCOMPARE(state->toast()->message, QString("Accepted, Olivia Okoro is told"));
-    std::optional<Sunk> sent;
+    std::optional<ServerMail::Sunk> sent;
     QTRY_VERIFY_WITH_TIMEOUT((sent = sunk("Accepted: " + title)), 20000);
     QCOMPARE(sent->recipients, QStringList{"olivia@example.org"});
     QVERIFY2(sent->text.contains("text/calendar; method=REPLY", Qt::CaseInsensitive),
@@ -213,7 +186,7 @@ void TestFlowsCyrus::unsubscribeMailReachesTheList()
     QTRY_VERIFY_WITH_TIMEOUT(state->toast() || state->errorMessage(), 20000);
     QCOMPARE(state->errorMessage(), std::nullopt);
     QCOMPARE(state->toast()->message, QString("Unsubscribed from The Weekly Sprout"));
-    std::optional<Sunk> sent;
+    std::optional<ServerMail::Sunk> sent;
     QTRY_VERIFY_WITH_TIMEOUT((sent = sunk("leave " + tag)), 20000);
     QCOMPARE(sent->recipients, QStringList{list});
     removeSent(*state, "leave " + tag);

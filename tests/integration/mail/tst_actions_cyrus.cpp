@@ -5,8 +5,8 @@
 
 #include "AppTestEnvironment.h"
 #include "AsyncTest.h"
+#include "ServerMail.h"
 #include "app/state/AppState.h"
-#include "jmap/JMAPDecoding.h"
 
 #include <QJsonArray>
 #include <QNetworkAccessManager>
@@ -19,72 +19,36 @@ using namespace AsyncTest;
 
 namespace {
 
-const QString accountKey = QStringLiteral("accountId");
-
-QCoro::Task<QList<Invocation>> call(std::shared_ptr<JMAPClient> client, QString method,
-                                    QJsonObject arguments)
-{
-    arguments.insert(accountKey, co_await client->accountId());
-    const QList<Invocation> calls{Invocation{method, arguments, QStringLiteral("0")}};
-    const QList<Invocation> responses = co_await client->call(calls);
-    co_return responses;
-}
-
-QString createdId(const QJsonObject& answer, const QString& key)
-{
-    return answer["created"].toObject()[key].toObject()["id"].toString();
-}
-
 // Puts an unread message into a mailbox as the newest mail; gives its id.
-QCoro::Task<QString> deliver(std::shared_ptr<JMAPClient> client, QString subject, QString mailboxId,
-                             int order)
+QString deliver(const std::shared_ptr<JMAPClient>& client, const QString& subject,
+                const QString& mailboxId, int order)
 {
     QString text = QStringLiteral("From: Anna Berg <anna@example.com>\nTo: test@example.com\n"
                                   "Subject: %1\nDate: Mon, 1 Jan 2035 10:00:00 +0000\n"
                                   "Message-ID: <%2@example.com>\n\nAbout %1.\n")
                        .arg(subject, QUuid::createUuid().toString(QUuid::WithoutBraces));
     text.replace(QStringLiteral("\n"), QStringLiteral("\r\n"));
-    const QString blobId = co_await client->upload(text.toUtf8(), QStringLiteral("message/rfc822"));
-    const QJsonObject email{
-        {"blobId", blobId},
-        {"mailboxIds", QJsonObject{{mailboxId, true}}},
-        {"keywords", QJsonObject()},
-        {"receivedAt",
-         JMAPDecoding::formatDate(QDateTime::currentDateTimeUtc().addYears(11).addSecs(order))}};
-    const QJsonObject request{{"emails", QJsonObject{{"m", email}}}};
-    const auto responses = co_await call(client, QStringLiteral("Email/import"), request);
-    MailService::throwSetError(arguments(responses, "0"), "notCreated");
-    const QString id = createdId(arguments(responses, "0"), "m");
-    co_return id;
+    return ServerMail::deliver(client, text.toUtf8(), mailboxId,
+                               QDateTime::currentDateTimeUtc().addYears(11).addSecs(order));
 }
 
-QCoro::Task<QString> createMailbox(std::shared_ptr<JMAPClient> client, QString name)
+QString createMailbox(const std::shared_ptr<JMAPClient>& client, const QString& name)
 {
-    const QJsonObject request{{"create", QJsonObject{{"b", QJsonObject{{"name", name}}}}}};
-    const auto responses = co_await call(client, QStringLiteral("Mailbox/set"), request);
-    MailService::throwSetError(arguments(responses, "0"), "notCreated");
-    const QString id = createdId(arguments(responses, "0"), "b");
-    co_return id;
-}
-
-// The message as the server has it now.
-QJsonObject fetch(const std::shared_ptr<JMAPClient>& client, const QString& id)
-{
-    const auto responses = await(
-        call(client, "Email/get",
-             {{"ids", QJsonArray{id}}, {"properties", QJsonArray{"mailboxIds", "keywords"}}}));
-    return arguments(responses, "0")["list"].toArray().at(0).toObject();
+    return ServerMail::created(
+        ServerMail::call(client, "Mailbox/set",
+                         {{"create", QJsonObject{{"b", QJsonObject{{"name", name}}}}}}),
+        "b");
 }
 
 QStringList mailboxesOf(const std::shared_ptr<JMAPClient>& client, const QString& id)
 {
-    return fetch(client, id)["mailboxIds"].toObject().keys();
+    return ServerMail::email(client, id)["mailboxIds"].toObject().keys();
 }
 
 bool hasKeyword(const std::shared_ptr<JMAPClient>& client, const QString& id,
                 const QString& keyword)
 {
-    return fetch(client, id)["keywords"].toObject().value(keyword).toBool();
+    return ServerMail::email(client, id)["keywords"].toObject().value(keyword).toBool();
 }
 
 std::optional<MailThread> threadWith(const AppState& state, const QString& subject)
@@ -152,7 +116,7 @@ void TestActionsCyrus::actingSession()
     QMap<QString, QString> ids;
     for (const QString name : {"Alpha", "Beta", "Gamma"}) {
         const QString subject = name + " " + tag;
-        ids[name] = await(deliver(client, subject, inbox, int(delivered.size())));
+        ids[name] = deliver(client, subject, inbox, int(delivered.size()));
         delivered.append(ids[name]);
     }
     const auto subject = [&tag](const QString& name) { return name + " " + tag; };
@@ -188,7 +152,7 @@ void TestActionsCyrus::actingSession()
     settle(*state);
 
     // A move to a folder of the user's, spam and trash.
-    const QString folder = await(createMailbox(client, "Moved " + tag));
+    const QString folder = createMailbox(client, "Moved " + tag);
     await(state->reloadMailboxes());
     QVERIFY(state->moveThreads({threadWith(*state, subject("Beta"))->id}, *state->mailbox(folder)));
     QCOMPARE(state->toast()->message, "Conversation moved to Moved " + tag);
@@ -205,11 +169,10 @@ void TestActionsCyrus::actingSession()
     settle(*state);
 
     // Five unread messages in a folder of their own, marked read two at a time.
-    const QString rounds = await(createMailbox(client, "Rounds " + tag));
+    const QString rounds = createMailbox(client, "Rounds " + tag);
     QStringList unread;
     for (int n = 0; n < 5; ++n)
-        unread.append(
-            await(deliver(client, QStringLiteral("Round %1 %2").arg(n).arg(tag), rounds, n)));
+        unread.append(deliver(client, QStringLiteral("Round %1 %2").arg(n).arg(tag), rounds, n));
     delivered.append(unread);
     await(state->reloadMailboxes());
     QCOMPARE(state->mailbox(rounds)->unreadEmails, 5);
@@ -223,7 +186,7 @@ void TestActionsCyrus::actingSession()
 
     // Leave the account as it was seeded.
     await(state->service()->destroy(delivered));
-    await(call(client, "Mailbox/set", {{"destroy", QJsonArray{folder, rounds}}}));
+    ServerMail::call(client, "Mailbox/set", {{"destroy", QJsonArray{folder, rounds}}});
 }
 
 QTEST_GUILESS_MAIN(TestActionsCyrus)

@@ -5,8 +5,8 @@
 
 #include "AppTestEnvironment.h"
 #include "AsyncTest.h"
+#include "ServerMail.h"
 #include "app/state/AppState.h"
-#include "jmap/JMAPDecoding.h"
 
 #include <QDir>
 #include <QFile>
@@ -46,24 +46,6 @@ QByteArray htmlMessage(const QString& subject, const QString& messageId)
                  QString::fromLatin1(notes.toBase64()));
     text.replace(QStringLiteral("\n"), QStringLiteral("\r\n"));
     return text.toUtf8();
-}
-
-// Puts a message into a mailbox as the newest mail, as a delivery would.
-QCoro::Task<> deliver(std::shared_ptr<JMAPClient> client, QByteArray message, QString mailboxId)
-{
-    const QString blobId = co_await client->upload(message, QStringLiteral("message/rfc822"));
-    const QString accountId = co_await client->accountId();
-    const QJsonObject email{
-        {"blobId", blobId},
-        {"mailboxIds", QJsonObject{{mailboxId, true}}},
-        {"keywords", QJsonObject()},
-        {"receivedAt", JMAPDecoding::formatDate(QDateTime::currentDateTimeUtc().addYears(10))}};
-    const QList<Invocation> calls{
-        {QStringLiteral("Email/import"),
-         QJsonObject{{"accountId", accountId}, {"emails", QJsonObject{{"m", email}}}},
-         QStringLiteral("0")}};
-    const QList<Invocation> responses = co_await client->call(calls);
-    MailService::throwSetError(arguments(responses, "0"), "notCreated");
 }
 
 QByteArray contents(const QString& path)
@@ -121,10 +103,10 @@ void TestReadingCyrus::readingSession()
 
     // Mail delivered while the program runs is on the list after a refresh.
     const QString subject = "Plans " + QUuid::createUuid().toString(QUuid::WithoutBraces);
-    await(deliver(
+    ServerMail::deliver(
         state->service()->client(),
         htmlMessage(subject, QUuid::createUuid().toString(QUuid::WithoutBraces) + "@example.com"),
-        state->mailboxWithRole("inbox")->id));
+        state->mailboxWithRole("inbox")->id, QDateTime::currentDateTimeUtc().addYears(10));
     await(state->refresh());
     QVERIFY2(!state->errorMessage(), qPrintable(state->errorMessage().value_or(QString())));
     QCOMPARE(state->threads().first().subject(), subject);

@@ -5,6 +5,7 @@
 
 #include "AppTestEnvironment.h"
 #include "AsyncTest.h"
+#include "ServerMail.h"
 #include "app/state/AppState.h"
 
 #include <QDir>
@@ -19,61 +20,10 @@ using namespace AsyncTest;
 
 namespace {
 
-// The messages the sink has taken whose text holds `needle`.
+// The number of messages the sink has taken whose text holds `needle`.
 int sunk(const QString& needle)
 {
-    const QDir sink(qEnvironmentVariable("VELDRIN_TEST_SINK_DIR"));
-    int count = 0;
-    for (const QString& name : sink.entryList({"*.eml"}, QDir::Files)) {
-        QFile file(sink.filePath(name));
-        if (file.open(QIODevice::ReadOnly) && file.readAll().contains(needle.toUtf8()))
-            ++count;
-    }
-    return count;
-}
-
-// The text of the one message the sink has taken that holds `needle`, or nothing.
-QString sunkMessage(const QString& needle)
-{
-    const QDir sink(qEnvironmentVariable("VELDRIN_TEST_SINK_DIR"));
-    for (const QString& name : sink.entryList({"*.eml"}, QDir::Files)) {
-        QFile file(sink.filePath(name));
-        if (file.open(QIODevice::ReadOnly)) {
-            const QByteArray text = file.readAll();
-            if (text.contains(needle.toUtf8()))
-                return QString::fromUtf8(text);
-        }
-    }
-    return QString();
-}
-
-// The ids of the messages whose subject holds `text`.
-QStringList idsWithSubject(const std::shared_ptr<JMAPClient>& client, const QString& text,
-                           QJsonObject filter = {})
-{
-    const QString account = await(client->accountId());
-    filter["subject"] = text;
-    const QList<Invocation> calls{
-        {"Email/query", QJsonObject{{"accountId", account}, {"filter", filter}}, "0"}};
-    const auto responses = await(client->call(calls));
-    QStringList ids;
-    for (const QJsonValue& id : arguments(responses, "0")["ids"].toArray())
-        ids.append(id.toString());
-    return ids;
-}
-
-// The mailboxes and keywords of one message as the server has it now.
-QJsonObject fetch(const std::shared_ptr<JMAPClient>& client, const QString& id)
-{
-    const QString account = await(client->accountId());
-    const QList<Invocation> calls{
-        {"Email/get",
-         QJsonObject{{"accountId", account},
-                     {"ids", QJsonArray{id}},
-                     {"properties", QJsonArray{"mailboxIds", "keywords"}}},
-         "0"}};
-    const auto responses = await(client->call(calls));
-    return arguments(responses, "0")["list"].toArray().at(0).toObject();
+    return int(ServerMail::sunk(needle).size());
 }
 
 } // namespace
@@ -88,8 +38,9 @@ private Q_SLOTS:
     void scheduledSendCanBeCancelled();
 
 private:
-    std::unique_ptr<AppState> connected(QTemporaryDir& home, QNetworkAccessManager& network,
-                                        MemorySecretStore& keychain);
+    std::unique_ptr<AppState> connected(
+        QTemporaryDir& home, QNetworkAccessManager& network, MemorySecretStore& keychain,
+        const std::function<void(QUuid)>& openWindow = [](QUuid) {});
     const TestServer server;
 };
 
@@ -101,18 +52,19 @@ void TestSendingCyrus::initTestCase()
 
 std::unique_ptr<AppState> TestSendingCyrus::connected(QTemporaryDir& home,
                                                       QNetworkAccessManager& network,
-                                                      MemorySecretStore& keychain)
+                                                      MemorySecretStore& keychain,
+                                                      const std::function<void(QUuid)>& openWindow)
 {
     keychain.data = server.token.toUtf8();
     AppEnvironment environment =
         testEnvironment(&network, home.filePath("config/veldrin/config.json"), keychain);
-    environment.timing.toastSecond = std::chrono::milliseconds(10);
+    // Toasts keep their real length: the test reads them after a round trip to the server.
     auto state = makeTestState(environment, server.sessionUrl);
     AppConfig config = state->config();
     config.undoSendSeconds = 0;
     config.refreshIntervalSeconds = 0;
     state->setConfig(config);
-    state->start([](QUuid) {});
+    state->start(openWindow);
     if (!QTest::qWaitFor([&state] { return state->isConnected(); }, 20000))
         return nullptr;
     return state;
@@ -156,7 +108,7 @@ void TestSendingCyrus::markdownReplyWithAttachment()
     QVERIFY2(!reply->error(), qPrintable(reply->error().value_or(QString())));
 
     QString sent;
-    QTRY_VERIFY_WITH_TIMEOUT(!(sent = sunkMessage(tag)).isEmpty(), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(!(sent = ServerMail::sunk(tag).value(0).text).isEmpty(), 20000);
     QVERIFY2(sent.contains("In-Reply-To: <lunch-1@mail.example.org>"), qPrintable(sent));
     QVERIFY(sent.contains(QRegularExpression("References: <lunch-1@mail\\.example\\.org>")));
     QVERIFY(sent.contains("Subject: Re: Lunch on Friday?"));
@@ -173,8 +125,8 @@ void TestSendingCyrus::markdownReplyWithAttachment()
     QCOMPARE(QByteArray::fromBase64(sent.mid(start, end - start).toLatin1()), bytes);
 
     // Clean up: only the reply sent here has an attachment.
-    const QStringList ids = idsWithSubject(state->service()->client(), "Re: Lunch on Friday?",
-                                           QJsonObject{{"hasAttachment", true}});
+    const QStringList ids = ServerMail::idsWithSubject(
+        state->service()->client(), "Re: Lunch on Friday?", QJsonObject{{"hasAttachment", true}});
     if (!ids.isEmpty())
         await(state->service()->destroy(ids));
 }
@@ -221,13 +173,13 @@ void TestSendingCyrus::scheduledSendCanBeCancelled()
     // Cancel Send: nothing goes out, and the message is a draft again.
     state->cancelScheduledSend(held);
     QTRY_VERIFY_WITH_TIMEOUT(state->pendingSends().isEmpty() && state->drafts().size() == 1, 20000);
-    const QJsonObject stored = fetch(state->service()->client(), held.id);
+    const QJsonObject stored = ServerMail::email(state->service()->client(), held.id);
     QCOMPARE(stored["mailboxIds"].toObject().keys(),
              QStringList{state->mailboxWithRole("drafts")->id});
     QCOMPARE(sunk("Later " + tag), 0);
     state->discard(state->drafts().first().get());
-    QTRY_VERIFY_WITH_TIMEOUT(idsWithSubject(state->service()->client(), "Later " + tag).isEmpty(),
-                             20000);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        ServerMail::idsWithSubject(state->service()->client(), "Later " + tag).isEmpty(), 20000);
 }
 
 void TestSendingCyrus::plainAndHeldSends()
@@ -235,18 +187,10 @@ void TestSendingCyrus::plainAndHeldSends()
     QTemporaryDir home;
     QNetworkAccessManager network;
     MemorySecretStore keychain;
-    keychain.data = server.token.toUtf8();
-    AppEnvironment environment =
-        testEnvironment(&network, home.filePath("config/veldrin/config.json"), keychain);
-    environment.timing.toastSecond = std::chrono::milliseconds(10);
-    auto state = makeTestState(environment, server.sessionUrl);
-    AppConfig config = state->config();
-    config.undoSendSeconds = 0;
-    config.refreshIntervalSeconds = 0;
-    state->setConfig(config);
     QList<QUuid> windows;
-    state->start([&windows](QUuid id) { windows.append(id); });
-    QTRY_VERIFY_WITH_TIMEOUT(state->isConnected(), 20000);
+    auto state = connected(home, network, keychain, [&windows](QUuid id) { windows.append(id); });
+    QVERIFY(state);
+    AppConfig config = state->config();
     const auto client = state->service()->client();
     const QString tag = QUuid::createUuid().toString(QUuid::WithoutBraces).left(8);
 
@@ -275,15 +219,15 @@ void TestSendingCyrus::plainAndHeldSends()
     QVERIFY(!state->errorMessage());
     QCOMPARE(windows.count(held->id()), 2);
     const QString drafts = state->mailboxWithRole("drafts")->id;
-    const QJsonObject stored = fetch(client, *held->serverDraftId);
+    const QJsonObject stored = ServerMail::email(client, *held->serverDraftId);
     QCOMPARE(stored["mailboxIds"].toObject().keys(), QStringList{drafts});
     QVERIFY(stored["keywords"]["$draft"].toBool());
     QCOMPARE(sunk("Held " + tag), 0);
 
     // Clean up: the discarded draft leaves Drafts, the plain message leaves Sent and the inbox.
     state->discard(held);
-    QTRY_VERIFY_WITH_TIMEOUT(idsWithSubject(client, "Held " + tag).isEmpty(), 20000);
-    const QStringList plainIds = idsWithSubject(client, "Plain " + tag);
+    QTRY_VERIFY_WITH_TIMEOUT(ServerMail::idsWithSubject(client, "Held " + tag).isEmpty(), 20000);
+    const QStringList plainIds = ServerMail::idsWithSubject(client, "Plain " + tag);
     if (!plainIds.isEmpty())
         await(state->service()->destroy(plainIds));
 }

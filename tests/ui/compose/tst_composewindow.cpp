@@ -1,7 +1,4 @@
-#include "AppTestEnvironment.h"
-#include "FakeMailServer.h"
-#include "FakeNetwork.h"
-#include "MemorySecretStore.h"
+#include "StateFixture.h"
 #include "UiTest.h"
 #include "app/state/AppState.h"
 #include "config/Keychain.h"
@@ -78,34 +75,26 @@ private:
     std::unique_ptr<AppState> makeState();
     // Connects and waits for the inbox, whose senders fill the address book.
     bool connect(AppState* state, ComposeWindows* windows);
-    QTemporaryDir home;
-    std::unique_ptr<FakeNetwork> network;
-    std::unique_ptr<FakeMailServer> server;
-    MemorySecretStore keychain;
+    std::unique_ptr<StateFixture> f;
 };
 
 void TestComposeWindow::init()
 {
-    network = std::make_unique<FakeNetwork>();
-    server = std::make_unique<FakeMailServer>(*network);
-    keychain = MemorySecretStore();
-    keychain.data = QByteArray("fmu1-token");
-    network->respondTo(
+    f = std::make_unique<StateFixture>();
+    f->network.respondTo(
         "Identity/get",
         QJsonObject{{"list", QJsonArray{QJsonObject{{"id", "I1"},
                                                     {"name", "Me"},
                                                     {"email", "user@example.com"},
                                                     {"textSignature", "Me, at work"}}}}});
-    server->add(FakeMailServer::thread("T1", "Anna Berg", "Quarterly report", now, 2));
-    server->add(FakeMailServer::thread("T2", "Annika Lund", "Lunch", now.addSecs(-60)));
-    server->add(FakeMailServer::thread("T3", "Bo Lind", "Boat", now.addSecs(-120)));
+    f->server.add(FakeMailServer::thread("T1", "Anna Berg", "Quarterly report", now, 2));
+    f->server.add(FakeMailServer::thread("T2", "Annika Lund", "Lunch", now.addSecs(-60)));
+    f->server.add(FakeMailServer::thread("T3", "Bo Lind", "Boat", now.addSecs(-120)));
 }
 
 std::unique_ptr<AppState> TestComposeWindow::makeState()
 {
-    const QString name = QTest::currentTestFunction();
-    return makeTestState(testEnvironment(network.get(), home.filePath(name + ".json"), keychain),
-                         FakeNetwork::sessionUrl().toString());
+    return f->make();
 }
 
 bool TestComposeWindow::connect(AppState* state, ComposeWindows* windows)
@@ -255,7 +244,7 @@ void TestComposeWindow::sendControlsFollowConnection()
     account["accountCapabilities"] = capabilities;
     accounts[FakeNetwork::accountId()] = account;
     session["accounts"] = accounts;
-    network->setSession(session);
+    f->network.setSession(session);
 
     auto state = makeState();
     ComposeWindows windows(state.get());
@@ -361,7 +350,7 @@ void TestComposeWindow::replyPreviewFollowsBody()
     AppConfig config = state->config();
     config.markdownByDefault = true;
     state->setConfig(config);
-    const Email source = Email::fromJson(*server->find("T1-2"));
+    const Email source = Email::fromJson(*f->server.find("T1-2"));
     QVERIFY(state->compose(ReplyKind::Reply, source));
     ComposeWindow* window = windows.windows().first();
     QVERIFY(QTest::qWaitForWindowActive(window));

@@ -1,10 +1,7 @@
 // The invitation box, the "Unsubscribe" button with its question, and the feedback window, on
 // a fake account, driven by clicks as a user would.
 
-#include "AppTestEnvironment.h"
-#include "AsyncTest.h"
-#include "FakeMailServer.h"
-#include "FakeNetwork.h"
+#include "StateFixture.h"
 #include "UiTest.h"
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
@@ -21,7 +18,6 @@
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QVBoxLayout>
 
@@ -82,11 +78,7 @@ private Q_SLOTS:
 
 private:
     std::unique_ptr<AppState> connected(const QString& supportAddress = "support@example.test");
-    QTemporaryDir home;
-    std::unique_ptr<FakeNetwork> network;
-    std::unique_ptr<FakeMailServer> server;
-    MemorySecretStore keychain;
-    QList<QUrl> opened;
+    std::unique_ptr<StateFixture> f;
 };
 
 void TestFlowViews::initTestCase()
@@ -98,23 +90,17 @@ void TestFlowViews::initTestCase()
 
 void TestFlowViews::init()
 {
-    network = std::make_unique<FakeNetwork>();
-    server = std::make_unique<FakeMailServer>(*network);
-    server->mailboxes.append(FakeMailServer::mailbox("drafts", "Drafts", "drafts", 4));
-    server->identities = QJsonArray{FakeMailServer::identity("id-user", "user@example.com")};
-    keychain.data = QByteArray("fmu1-token");
-    opened.clear();
+    f = std::make_unique<StateFixture>();
+    f->server.mailboxes.append(FakeMailServer::mailbox("drafts", "Drafts", "drafts", 4));
+    f->server.identities = QJsonArray{FakeMailServer::identity("id-user", "user@example.com")};
 }
 
 std::unique_ptr<AppState> TestFlowViews::connected(const QString& supportAddress)
 {
-    AppEnvironment environment = testEnvironment(
-        network.get(), home.filePath(QString(QTest::currentTestFunction()) + ".json"), keychain);
-    environment.unsubscribeNetwork = network.get();
-    environment.attachmentCacheDir = home.filePath("cache");
-    environment.openUrl = [this](const QUrl& url) { opened.append(url); };
-    environment.supportAddress = supportAddress;
-    auto state = makeTestState(environment, FakeNetwork::sessionUrl().toString());
+    auto state = f->make(50, [this, supportAddress](AppEnvironment& environment) {
+        environment.unsubscribeNetwork = &f->network;
+        environment.supportAddress = supportAddress;
+    });
     await(state->connect());
     return state;
 }
@@ -162,8 +148,8 @@ void TestFlowViews::invitationBoxStates()
 {
     auto state = connected();
     const QString download = "https://jmap.example.test/jmap/download/u1/blob-%1/invite.ics";
-    network->setResponse(QUrl(download.arg("open")), {200, ics("REQUEST").toUtf8(), "x"});
-    network->setResponse(QUrl(download.arg("gone")), {200, ics("CANCEL").toUtf8(), "x"});
+    f->network.setResponse(QUrl(download.arg("open")), {200, ics("REQUEST").toUtf8(), "x"});
+    f->network.setResponse(QUrl(download.arg("gone")), {200, ics("CANCEL").toUtf8(), "x"});
 
     QWidget page;
     page.resize(600, 10);
@@ -201,14 +187,14 @@ void TestFlowViews::invitationBoxStates()
     QTRY_VERIFY(open->answeredLabel()->isVisible());
     QCOMPARE(open->answeredLabel()->text(), QString("You answered Tentatively Accepted"));
     QCOMPARE(state->toast()->message, QString("Tentatively Accepted, Olivia Okoro is told"));
-    QCOMPARE(server->submissions.size(), 1);
+    QCOMPARE(f->server.submissions.size(), 1);
     gone->hide();
     screenshot(&page, "invitation-answered");
 
     // "Add to Calendar" hands the file to the desktop under its calendar name.
     QTest::mouseClick(open->addToCalendarButton(), Qt::LeftButton);
-    QTRY_COMPARE(opened.size(), 1);
-    QVERIFY(opened.first().toLocalFile().endsWith("/blob-open/invite.ics"));
+    QTRY_COMPARE(f->opened.size(), 1);
+    QVERIFY(f->opened.first().toLocalFile().endsWith("/blob-open/invite.ics"));
 }
 
 void TestFlowViews::unsubscribeAsksInTheWindow()
@@ -225,7 +211,7 @@ void TestFlowViews::unsubscribeAsksInTheWindow()
     email.to = QList<EmailAddress>{{std::nullopt, "user@example.com"}};
     email.listUnsubscribe = QStringList{"<https://news.example.net/one-click>"};
     email.listUnsubscribePost = "List-Unsubscribe=One-Click";
-    network->setResponse(QUrl("https://news.example.net/one-click"), {200, "", "text/plain"});
+    f->network.setResponse(QUrl("https://news.example.net/one-click"), {200, "", "text/plain"});
     auto* layout = new QVBoxLayout(&window);
     auto* message = new MessageView(state.get(), email, &window);
     layout->addWidget(message);
@@ -279,17 +265,17 @@ void TestFlowViews::feedbackWindow()
     window.setKind(FeedbackKind::Bug);
 
     // A refusal stays in the window with the text.
-    server->refusingCreate = "Over quota";
+    f->server.refusingCreate = "Over quota";
     QTest::mouseClick(window.sendButton(), Qt::LeftButton);
     QTRY_VERIFY(window.errorLabel()->isVisible());
     QVERIFY(window.errorLabel()->text().contains("Over quota"));
     QVERIFY(window.isVisible() && !window.textEdit()->toPlainText().isEmpty());
 
-    server->refusingCreate.clear();
+    f->server.refusingCreate.clear();
     QTest::mouseClick(window.sendButton(), Qt::LeftButton);
     QTRY_VERIFY(!window.isVisible());
     QCOMPARE(state->toast()->message, QString("Thanks, your bug report is sent"));
-    QCOMPARE(server->submissions.size(), 1);
+    QCOMPARE(f->server.submissions.size(), 1);
 
     // A build without a support address cannot send, and says why.
     auto unaddressed = connected(QString());

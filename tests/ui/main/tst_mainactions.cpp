@@ -1,7 +1,4 @@
-#include "AppTestEnvironment.h"
-#include "FakeMailServer.h"
-#include "FakeNetwork.h"
-#include "MemorySecretStore.h"
+#include "StateFixture.h"
 #include "UiTest.h"
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
@@ -36,7 +33,6 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QSpinBox>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QToolBar>
 #include <QUndoStack>
@@ -103,42 +99,34 @@ private Q_SLOTS:
 private:
     std::unique_ptr<AppState> makeState(bool demo = false);
     std::unique_ptr<MainWindow> openWindow(AppState* state);
-    QTemporaryDir home;
-    std::unique_ptr<FakeNetwork> network;
-    std::unique_ptr<FakeMailServer> server;
-    MemorySecretStore keychain;
+    std::unique_ptr<StateFixture> f;
 };
 
 void TestMainActions::init()
 {
-    network = std::make_unique<FakeNetwork>();
-    server = std::make_unique<FakeMailServer>(*network);
-    keychain = MemorySecretStore();
-    keychain.data = QByteArray("fmu1-token");
+    f = std::make_unique<StateFixture>();
     const QString inbox = QStringLiteral("inbox");
-    server->add(FakeMailServer::thread("T1", "Anna Berg", "Quarterly report", now.addSecs(-60), 1,
-                                       true, inbox));
-    server->add(
+    f->server.add(FakeMailServer::thread("T1", "Anna Berg", "Quarterly report", now.addSecs(-60), 1,
+                                         true, inbox));
+    f->server.add(
         FakeMailServer::thread("T2", "Bo Lind", "Lunch", now.addSecs(-3600), 1, true, inbox));
-    server->add(
+    f->server.add(
         FakeMailServer::thread("T3", "Cleo Dahl", "Tickets", now.addSecs(-7200), 1, true, inbox));
     // A long body, so that the reader has room to scroll.
-    FakeMailServer::setBody(*server->find("T2-1"), "<div style='height:1500px'>Lunch?</div>",
+    FakeMailServer::setBody(*f->server.find("T2-1"), "<div style='height:1500px'>Lunch?</div>",
                             QStringLiteral("text/html"));
-    server->mailboxes = QJsonArray{FakeMailServer::mailbox(inbox, "Inbox", "inbox", 1, 3),
-                                   FakeMailServer::mailbox("archive", "Archive", "archive", 2, 3),
-                                   FakeMailServer::mailbox("projects", "Projects", {}, 3, 3)};
+    f->server.mailboxes = QJsonArray{FakeMailServer::mailbox(inbox, "Inbox", "inbox", 1, 3),
+                                     FakeMailServer::mailbox("archive", "Archive", "archive", 2, 3),
+                                     FakeMailServer::mailbox("projects", "Projects", {}, 3, 3)};
 }
 
 std::unique_ptr<AppState> TestMainActions::makeState(bool demo)
 {
-    const QString name = QTest::currentTestFunction();
-    AppEnvironment environment =
-        testEnvironment(network.get(), home.filePath(name + ".json"), keychain);
-    environment.demo = demo;
     auto holder = std::make_shared<AppState*>(nullptr);
-    environment.installKeyMonitor = [holder] { KeyMonitor::install(*holder); };
-    auto state = makeTestState(environment, FakeNetwork::sessionUrl().toString());
+    auto state = f->make(50, [demo, holder](AppEnvironment& environment) {
+        environment.demo = demo;
+        environment.installKeyMonitor = [holder] { KeyMonitor::install(*holder); };
+    });
     *holder = state.get();
     AppConfig config = state->config();
     config.markReadOnOpen = false;
@@ -179,22 +167,22 @@ void TestMainActions::keysArchiveUndoAndMove()
     QVERIFY(toast->undoButton()->isVisible());
     QCOMPARE(toast->keyHint()->text(), QString("Ctrl+Z"));
     QCOMPARE(window->menus()->undoAction()->text(), QString("Undo Move to Archive"));
-    QTRY_VERIFY(archived(*server, "T1"));
+    QTRY_VERIFY(archived(f->server, "T1"));
 
     // Once the toast has gone, Ctrl+Z still takes the move back, through the undo stack.
     state->dismissToast();
     QVERIFY(!toast->isVisible());
     press(window.get(), Qt::Key_Z, Qt::ControlModifier);
     QTRY_COMPARE(threadIds(state.get()), QStringList({"T1", "T2", "T3"}));
-    QVERIFY(!server->threadsIn("archive").contains("T1"));
-    QVERIFY(server->threadsIn("inbox").contains("T1"));
+    QVERIFY(!f->server.threadsIn("archive").contains("T1"));
+    QVERIFY(f->server.threadsIn("inbox").contains("T1"));
     QCOMPARE(window->undoStack()->index(), 0);
 
     // The toast's own Undo does the same.
     state->setSelectedThreadIds({"T3"});
     press(window.get(), Qt::Key_E);
     QCOMPARE(state->selectedThreadIds(), QSet<QString>{"T2"});
-    QTRY_VERIFY(archived(*server, "T3"));
+    QTRY_VERIFY(archived(f->server, "T3"));
     QTest::mouseClick(toast->undoButton(), Qt::LeftButton);
     QTRY_COMPARE(threadIds(state.get()).size(), 3);
 }
@@ -461,7 +449,7 @@ void TestMainActions::contextMenusAndDrops()
     QVERIFY(!menu->action(MailAction::Forward)->isEnabled());
     QVERIFY(menu->action(MailAction::ToggleFlag)->isEnabled());
     QVERIFY(!actionTitled(menu.get(), "Show Raw Message"));
-    QTRY_VERIFY(archived(*server, "T3"));
+    QTRY_VERIFY(archived(f->server, "T3"));
 
     // The sidebar's menu: nothing unread, no order of the user's own.
     SidebarView* sidebar = window->sidebar();

@@ -1,8 +1,4 @@
-#include "AppTestEnvironment.h"
-#include "AsyncTest.h"
-#include "FakeMailServer.h"
-#include "FakeNetwork.h"
-#include "MemorySecretStore.h"
+#include "StateFixture.h"
 #include "UiTest.h"
 #include "app/state/AppState.h"
 #include "content/DateFormat.h"
@@ -38,7 +34,6 @@
 #include <QScopeGuard>
 #include <QScrollArea>
 #include <QScrollBar>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
@@ -106,19 +101,13 @@ private Q_SLOTS:
 private:
     std::unique_ptr<AppState> makeState();
     std::unique_ptr<MainWindow> openThread(AppState* state);
-    QTemporaryDir home;
-    std::unique_ptr<FakeNetwork> network;
-    std::unique_ptr<FakeMailServer> server;
-    MemorySecretStore keychain;
+    std::unique_ptr<StateFixture> f;
     QDateTime clock;
 };
 
 void TestReader::init()
 {
-    network = std::make_unique<FakeNetwork>();
-    server = std::make_unique<FakeMailServer>(*network);
-    keychain = MemorySecretStore();
-    keychain.data = QByteArray("fmu1-token");
+    f = std::make_unique<StateFixture>();
     clock = QDateTime(QDate(2026, 11, 23), QTime(9, 0));
 
     // Five messages: three read, the fourth unread, the fifth read with attachments.
@@ -137,18 +126,13 @@ void TestReader::init()
     emails[4]["bodyValues"] = QJsonObject{
         {"1", QJsonObject{{"value", "<img src='cid:logo'><div style='height:700px'>Q3</div>"
                                     "<img src='https://tracker.example.com/pixel.png'>"}}}};
-    server->add(emails);
-    server->add(FakeMailServer::thread("T2", "Bo Lind", "Lunch", now.addSecs(-3600)));
+    f->server.add(emails);
+    f->server.add(FakeMailServer::thread("T2", "Bo Lind", "Lunch", now.addSecs(-3600)));
 }
 
 std::unique_ptr<AppState> TestReader::makeState()
 {
-    const QString name = QTest::currentTestFunction();
-    AppEnvironment environment =
-        testEnvironment(network.get(), home.filePath(name + ".json"), keychain);
-    environment.attachmentCacheDir = home.filePath(name + "-cache");
-    environment.downloadsDir = home.filePath("Downloads");
-    auto state = makeTestState(environment, FakeNetwork::sessionUrl().toString());
+    auto state = f->make();
     AppConfig config = state->config();
     config.markReadOnOpen = false;
     state->setConfig(config);
@@ -300,7 +284,7 @@ void TestReader::detailsImagesAndAttachments()
 void TestReader::draggedAttachmentDownloadsOnDrop()
 {
     const QUrl blob("https://jmap.example.test/jmap/download/u1/b-report/Q%26A%20report.pdf");
-    network->setResponse(blob, {200, "%PDF-1.4 report", "application/pdf"});
+    f->network.setResponse(blob, {200, "%PDF-1.4 report", "application/pdf"});
     auto state = makeState();
     auto window = openThread(state.get());
     QVERIFY(window);
@@ -308,7 +292,7 @@ void TestReader::draggedAttachmentDownloadsOnDrop()
     std::unique_ptr<AttachmentMimeData> data(chip->dragData());
     QCOMPARE(data->formats(), QStringList{"text/uri-list"});
     // A drag that nobody takes fetches nothing.
-    network->clearRequests();
+    f->network.clearRequests();
     QCOMPARE(data->fetches(), 0);
 
     const QList<QUrl> urls = data->urls();
@@ -321,7 +305,7 @@ void TestReader::draggedAttachmentDownloadsOnDrop()
     // Asking again uses the file that is there.
     data->urls();
     QCOMPARE(data->fetches(), 1);
-    QCOMPARE(network->requests().size(), 1);
+    QCOMPARE(f->network.requests().size(), 1);
 }
 
 void TestReader::emptyStates()
@@ -350,8 +334,8 @@ void TestReader::emptyStates()
 
 void TestReader::heldSendShowsItsTimeAndCancels()
 {
-    server->identities = QJsonArray{FakeMailServer::identity("id-me", "me@example.com", "Me")};
-    server->mailboxes.append(FakeMailServer::mailbox("drafts", "Drafts", "drafts", 4));
+    f->server.identities = QJsonArray{FakeMailServer::identity("id-me", "me@example.com", "Me")};
+    f->server.mailboxes.append(FakeMailServer::mailbox("drafts", "Drafts", "drafts", 4));
     auto state = makeState();
     MainWindow window(state.get());
     window.resize(1100, 600);
@@ -363,11 +347,11 @@ void TestReader::heldSendShowsItsTimeAndCancels()
     const QDateTime at = QDateTime::currentDateTime().addSecs(1800);
     await(state->sendLater(draft, at));
     QVERIFY2(!draft->error(), qPrintable(draft->error().value_or(QString())));
-    QCOMPARE(server->submissions.size(), 1);
+    QCOMPARE(f->server.submissions.size(), 1);
     QVERIFY(state->toast()->message.startsWith("Scheduled for "));
-    QCOMPARE(server->submissions.at(0)["envelope"]["mailFrom"]["parameters"].toObject().keys(),
+    QCOMPARE(f->server.submissions.at(0)["envelope"]["mailFrom"]["parameters"].toObject().keys(),
              QStringList{"HOLDUNTIL"});
-    const QString emailId = server->submissions.at(0)["emailId"].toString();
+    const QString emailId = f->server.submissions.at(0)["emailId"].toString();
 
     // The held message in Sent says when it goes, and Cancel Send brings the draft back.
     state->setSelectedMailboxId(QString("sent"));
@@ -391,14 +375,14 @@ void TestReader::heldSendShowsItsTimeAndCancels()
     QTRY_VERIFY(!view || !view->pendingSendRow()->isVisible());
     QTRY_COMPARE(state->drafts().size(), 1);
     QCOMPARE(state->drafts().first()->serverDraftId, emailId);
-    QCOMPARE(server->submissions.at(0)["undoStatus"].toString(), QString("canceled"));
+    QCOMPARE(f->server.submissions.at(0)["undoStatus"].toString(), QString("canceled"));
 }
 
 void TestReader::rawMessageSheet()
 {
     const QByteArray source = "From: eve@example.com\nSubject: Quarterly report\n\nHi";
-    network->setResponse(QUrl("https://jmap.example.test/jmap/download/u1/blob-T1-1/message.eml"),
-                         {200, source, "text/plain"});
+    f->network.setResponse(QUrl("https://jmap.example.test/jmap/download/u1/blob-T1-1/message.eml"),
+                           {200, source, "text/plain"});
     auto state = makeState();
     auto window = openThread(state.get());
     QVERIFY(window);
@@ -453,7 +437,7 @@ void TestReader::preview()
 {
     QFETCH(QString, fileName);
     QFETCH(QString, shownBy);
-    const QString path = home.filePath(fileName);
+    const QString path = f->home.filePath(fileName);
     if (fileName.endsWith(".png")) {
         QImage image(40, 30, QImage::Format_RGB32);
         image.fill(Qt::darkCyan);
@@ -513,7 +497,7 @@ void TestReader::windowLooksRight()
     QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
     auto restoreLocale = qScopeGuard([] { QLocale::setDefault(QLocale::c()); });
     AppEnvironment environment;
-    environment.configStore = ConfigStore(home.filePath("demo.json"));
+    environment.configStore = ConfigStore(f->home.filePath("demo.json"));
     environment.demo = true;
     AppState state(environment);
     AppConfig config = state.config();

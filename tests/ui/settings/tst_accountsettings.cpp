@@ -1,7 +1,6 @@
 #include "AppTestEnvironment.h"
 #include "FakeNetwork.h"
 #include "app/state/AppState.h"
-#include "ui/main/MainWindow.h"
 #include "ui/settings/AccountSettings.h"
 #include "ui/settings/SettingsWindow.h"
 
@@ -24,7 +23,6 @@ private Q_SLOTS:
     void firstConnectToEndClearsConnecting();
     void sessionUrlSetByAssistiveTechnologyIsSaved_data();
     void sessionUrlSetByAssistiveTechnologyIsSaved();
-    void firstStartFocusesTheToken();
 
 private:
     std::unique_ptr<AppState> makeState();
@@ -153,25 +151,6 @@ void TestAccountSettings::sessionUrlSetByAssistiveTechnologyIsSaved()
     QCOMPARE(state->config().sessionUrl, url);
     QTRY_COMPARE(state->errorMessage(),
                  std::optional<QString>("The JMAP session URL must be an https URL."));
-}
-
-void TestAccountSettings::firstStartFocusesTheToken()
-{
-    auto state = makeState();
-    MainWindow window(state.get());
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    QTest::mouseClick(window.findChild<QPushButton*>("openSettingsButton"), Qt::LeftButton);
-    SettingsWindow* settings = window.settingsWindow();
-    QVERIFY(QTest::qWaitForWindowActive(settings));
-    auto* token = settings->findChild<QLineEdit*>("tokenField");
-    QTRY_COMPARE(QApplication::focusWidget(), token);
-    QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(token);
-    QCOMPARE(accessible->text(QAccessible::Name), QString("API token"));
-    QVERIFY(accessible->state().focused);
-    // Typing goes straight into it.
-    QTest::keyClicks(QApplication::focusWidget(), "fmu1-abc");
-    QCOMPARE(token->text(), QString("fmu1-abc"));
 }
 
 QTEST_MAIN(TestAccountSettings)

@@ -1,6 +1,4 @@
-#include "AppTestEnvironment.h"
-#include "FakeMailServer.h"
-#include "FakeNetwork.h"
+#include "StateFixture.h"
 #include "app/state/AppState.h"
 #include "ui/main/SyncFooter.h"
 #include "ui/threads/EmptyState.h"
@@ -15,7 +13,6 @@
 #include <QMimeData>
 #include <QScrollBar>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
 
@@ -61,27 +58,18 @@ private Q_SLOTS:
 
 private:
     std::unique_ptr<AppState> connectedState(int pageSize = 50);
-    QTemporaryDir home;
-    std::unique_ptr<FakeNetwork> network;
-    std::unique_ptr<FakeMailServer> server;
-    MemorySecretStore keychain;
+    std::unique_ptr<StateFixture> f;
 };
 
 void TestThreadList::init()
 {
-    network = std::make_unique<FakeNetwork>();
-    server = std::make_unique<FakeMailServer>(*network);
-    keychain = MemorySecretStore();
-    keychain.data = QByteArray("fmu1-token");
+    f = std::make_unique<StateFixture>();
 }
 
 std::unique_ptr<AppState> TestThreadList::connectedState(int pageSize)
 {
-    auto state =
-        makeTestState(network.get(), home.filePath(QString(QTest::currentTestFunction()) + ".json"),
-                      keychain, FakeNetwork::sessionUrl().toString());
+    auto state = f->make(pageSize);
     AppConfig config = state->config();
-    config.pageSize = pageSize;
     config.markReadOnOpen = false;
     state->setConfig(config);
     return state;
@@ -90,9 +78,9 @@ std::unique_ptr<AppState> TestThreadList::connectedState(int pageSize)
 void TestThreadList::refreshesChangeRowsInPlace()
 {
     for (int i = 1; i <= 30; ++i)
-        server->add(FakeMailServer::thread(QStringLiteral("T%1").arg(i), "Anna Berg",
-                                           QStringLiteral("Subject %1").arg(i),
-                                           now.addSecs(-600 * i), i == 3 ? 2 : 1, i != 3));
+        f->server.add(FakeMailServer::thread(QStringLiteral("T%1").arg(i), "Anna Berg",
+                                             QStringLiteral("Subject %1").arg(i),
+                                             now.addSecs(-600 * i), i == 3 ? 2 : 1, i != 3));
     auto state = connectedState();
     ThreadListView view(state.get());
     QObject::connect(state.get(), &AppState::selectedThreadIdsChanged, state.get(),
@@ -138,10 +126,10 @@ void TestThreadList::refreshesChangeRowsInPlace()
 
     view.list()->verticalScrollBar()->setValue(120);
     // Mail arrives at the top, T2 goes away, T5 gets a new subject.
-    server->removeThread("T2");
-    server->add(FakeMailServer::thread("T0", "Bo Lind", "New", now, 1, false));
-    server->find("T5-1")->insert("subject", "Renamed");
-    network->clearRequests();
+    f->server.removeThread("T2");
+    f->server.add(FakeMailServer::thread("T0", "Bo Lind", "New", now, 1, false));
+    f->server.find("T5-1")->insert("subject", "Renamed");
+    f->network.clearRequests();
     QSignalSpy moves(view.model(), &QAbstractItemModel::rowsMoved);
     QSignalSpy removals(view.model(), &QAbstractItemModel::rowsRemoved);
     state->refresh();
@@ -165,8 +153,8 @@ void TestThreadList::refreshesChangeRowsInPlace()
 void TestThreadList::loadMorePagesUntilAllAreIn()
 {
     for (int i = 1; i <= 12; ++i)
-        server->add(FakeMailServer::thread(QStringLiteral("T%1").arg(i), "Anna Berg", "Hello",
-                                           now.addDays(-i)));
+        f->server.add(FakeMailServer::thread(QStringLiteral("T%1").arg(i), "Anna Berg", "Hello",
+                                             now.addDays(-i)));
     auto state = connectedState(5);
     ThreadListView view(state.get());
     QAbstractItemModelTester tester(view.model(),
@@ -215,10 +203,10 @@ void TestThreadList::dateHeaders()
     QFETCH(bool, groupByDate);
     QFETCH(QStringList, rows);
     const QDateTime noon(now.date(), QTime(12, 0));
-    server->add(FakeMailServer::thread("T1", "Anna", "a", noon.addSecs(-60)));
-    server->add(FakeMailServer::thread("T2", "Anna", "b", noon.addSecs(-3600)));
-    server->add(FakeMailServer::thread("T3", "Anna", "c", noon.addDays(-1)));
-    server->add(FakeMailServer::thread("T4", "Anna", "d", noon.addDays(-40)));
+    f->server.add(FakeMailServer::thread("T1", "Anna", "a", noon.addSecs(-60)));
+    f->server.add(FakeMailServer::thread("T2", "Anna", "b", noon.addSecs(-3600)));
+    f->server.add(FakeMailServer::thread("T3", "Anna", "c", noon.addDays(-1)));
+    f->server.add(FakeMailServer::thread("T4", "Anna", "d", noon.addDays(-40)));
     auto state = connectedState();
     AppConfig config = state->config();
     config.groupByDate = groupByDate;
@@ -264,7 +252,7 @@ void TestThreadList::dateText()
 
 void TestThreadList::emptyStatesAndSearch()
 {
-    server->add(FakeMailServer::thread("T1", "Anna", "Lunch on Friday", now));
+    f->server.add(FakeMailServer::thread("T1", "Anna", "Lunch on Friday", now));
     auto state = connectedState();
     ThreadListView view(state.get());
     view.resize(356, 500);
@@ -290,14 +278,14 @@ void TestThreadList::emptyStatesAndSearch()
     QVERIFY(!field->clearAction()->isVisible());
 
     // Typing alone asks the server nothing.
-    network->clearRequests();
+    f->network.clearRequests();
     QTest::keyClicks(field, "dinner");
     QCOMPARE(state->searchText(), QString("dinner"));
-    QVERIFY(network->batches().isEmpty());
+    QVERIFY(f->network.batches().isEmpty());
     QTest::keyClick(field, Qt::Key_Return);
     QTRY_VERIFY(view.showsEmptyState());
     QCOMPARE(view.emptyState()->title(), QString("No matches"));
-    QCOMPARE(network->batches().size(), 1);
+    QCOMPARE(f->network.batches().size(), 1);
     QVERIFY(field->clearAction()->isVisible());
     QCOMPARE(clear->toolTip(), QString("Clear Search"));
 
@@ -308,7 +296,7 @@ void TestThreadList::emptyStatesAndSearch()
     QVERIFY(!view.showsEmptyState());
 
     // The plain mailbox without mail says so in its own words.
-    server->emails.clear();
+    f->server.emails.clear();
     state->refresh();
     QTRY_VERIFY(view.showsEmptyState());
     QCOMPARE(view.emptyState()->title(), QString("No conversations"));
