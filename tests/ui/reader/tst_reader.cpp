@@ -190,7 +190,7 @@ void TestReader::openThreadShowsItsMessages()
         QCOMPARE(view->webView() != nullptr, open);
     }
     QCOMPARE(ids, QStringList({"T1-1", "T1-2", "T1-3", "T1-4", "T1-5"}));
-    QCOMPARE(reader->findChildren<MailWebView*>().size(), 2);
+    QCOMPARE(reader->scrollArea()->widget()->findChildren<MailWebView*>().size(), 2);
     auto* sender = views.first()->findChild<ElidedLabel*>("senderName");
     QCOMPARE(sender->fullText(), QString("<img src=x>Eve"));
     QCOMPARE(sender->textFormat(), Qt::PlainText);
