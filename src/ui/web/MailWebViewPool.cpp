@@ -4,8 +4,12 @@
 
 #include <QTimer>
 
-MailWebViewPool::MailWebViewPool(QWidget* home, int limit) : QObject(home), home(home), limit(limit)
+MailWebViewPool::MailWebViewPool(QWidget* home, int limit)
+    : QObject(home), home(home), limit(limit), trimming(new QTimer(this))
 {
+    trimming->setSingleShot(true);
+    trimming->setInterval(trimDelay);
+    connect(trimming, &QTimer::timeout, this, &MailWebViewPool::trim);
 }
 
 MailWebViewPool::~MailWebViewPool()
@@ -47,6 +51,18 @@ void MailWebViewPool::give(MailWebView* view)
     view->setMinimumSize(0, 0);
     view->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
     spares << view;
+    if (spares.size() > 1)
+        trimming->start();
+}
+
+void MailWebViewPool::trim()
+{
+    // The first spare stays for the next message opened: often the one made ahead of need,
+    // which has loaded nothing yet.
+    while (spares.size() > 1) {
+        if (MailWebView* spare = spares.takeLast().data())
+            spare->deleteLater();
+    }
 }
 
 void MailWebViewPool::prepare(std::chrono::milliseconds after)

@@ -7,6 +7,7 @@
 #include <chrono>
 
 class MailWebView;
+class QTimer;
 class QWidget;
 
 // Mail web views kept for reuse. Building a web view and its page, and tearing them down, is
@@ -30,11 +31,17 @@ public:
     // How long after the last spare was taken a new one is made: later than the paint of what
     // took it, so that it never delays one.
     static constexpr std::chrono::milliseconds restockDelay{400};
+    // How long more than one spare is kept: a view that showed a message may keep its renderer
+    // process until it shows the next, so surplus spares go once they wait this long unused.
+    static constexpr std::chrono::milliseconds trimDelay{3000};
     qsizetype spareCount() const { return spares.size(); }
 
 private:
+    void trim();
+
     QPointer<QWidget> home;
     int limit;
     bool preparing = false;
+    QTimer* trimming;
     QList<QPointer<MailWebView>> spares;
 };
