@@ -21,6 +21,7 @@
 #include "ui/threads/MailSearchField.h"
 #include "ui/threads/ThreadListView.h"
 #include "ui/web/MailWebView.h"
+#include "ui/web/MailWebViewPool.h"
 
 #include <QApplication>
 #include <QListView>
@@ -322,8 +323,8 @@ void MainWindow::showEvent(QShowEvent* event)
 void MainWindow::warmUpWebEngine()
 {
     // The first mail view starts the web engine, which costs a few times what a later view
-    // does. Once the first page of the list is on screen, a throwaway view pays that ahead of
-    // the first message opened.
+    // does. Once the first page of the list is on screen, the reader makes a spare view ahead
+    // of the first message opened, which pays that and is then reused.
     if (m_warmedUp)
         return;
     m_warmedUp = true;
@@ -332,11 +333,7 @@ void MainWindow::warmUpWebEngine()
         if (m_state->threads().isEmpty())
             return;
         delete once;
-        QTimer::singleShot(50, this, [this] {
-            auto* view = new MailWebView(this);
-            view->hide();
-            view->deleteLater();
-        });
+        QTimer::singleShot(50, this, [this] { m_reader->webViewPool()->prepare(); });
     };
     QObject::connect(m_state, &AppState::threadsChanged, once, warm);
 }

@@ -12,6 +12,7 @@
 #include "ui/threads/ElidedLabel.h"
 #include "ui/threads/ViewColors.h"
 #include "ui/web/MailWebView.h"
+#include "ui/web/MailWebViewPool.h"
 
 #include <QContextMenuEvent>
 #include <QGridLayout>
@@ -144,8 +145,9 @@ void MessageHeader::paintEvent(QPaintEvent* event)
     style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, &painter, this);
 }
 
-MessageView::MessageView(AppState* state, const Email& email, QWidget* parent)
-    : QFrame(parent), m_state(state), m_email(email)
+MessageView::MessageView(AppState* state, const Email& email, QWidget* parent,
+                         MailWebViewPool* webViews)
+    : QFrame(parent), m_state(state), m_webViews(webViews), m_email(email)
 {
     setObjectName(QStringLiteral("messageView"));
     setFrameShape(QFrame::StyledPanel);
@@ -236,6 +238,19 @@ MessageView::MessageView(AppState* state, const Email& email, QWidget* parent)
     showHeader();
 }
 
+MessageView::~MessageView()
+{
+    releaseWebView();
+}
+
+void MessageView::releaseWebView()
+{
+    if (!m_web || !m_webViews)
+        return;
+    m_bodyLayout->removeWidget(m_web);
+    m_webViews->give(std::exchange(m_web, nullptr));
+}
+
 void MessageView::setEmail(const Email& email)
 {
     if (email == m_email)
@@ -315,6 +330,7 @@ void MessageView::setExpanded(bool expanded)
         buildBody();
     } else {
         // Collapsing gives the web view back: a long thread keeps only what is open.
+        releaseWebView();
         delete m_body;
         m_body = nullptr;
         m_bodyLayout = nullptr;
@@ -384,7 +400,7 @@ void MessageView::buildBody()
             m_state->cancelScheduledSend(m_email);
     });
 
-    m_web = new MailWebView(m_body);
+    m_web = m_webViews ? m_webViews->take(m_body) : new MailWebView(m_body);
     m_web->setObjectName(QStringLiteral("messageWebView"));
     m_web->setFixedHeight(qMax(m_web->viewHeight(), 40));
     QObject::connect(m_web, &MailWebView::contentHeightChanged, this, [this](int height) {

@@ -11,6 +11,7 @@ class AvatarView;
 class ElidedLabel;
 class InvitationBox;
 class MailWebView;
+class MailWebViewPool;
 class QLabel;
 class QPushButton;
 class QToolButton;
@@ -39,12 +40,14 @@ protected:
 
 // One message of the open thread: its header always, and when expanded its details, the hint
 // about hidden images, the body in a web view and its attachments. A collapsed message owns no
-// web view.
+// web view: it takes one from the pool when expanded and gives it back when collapsed or gone.
 class MessageView : public QFrame
 {
     Q_OBJECT
 public:
-    MessageView(AppState* state, const Email& email, QWidget* parent = nullptr);
+    MessageView(AppState* state, const Email& email, QWidget* parent = nullptr,
+                MailWebViewPool* webViews = nullptr);
+    ~MessageView() override;
 
     QString emailId() const { return m_email.id; }
     const Email& email() const { return m_email; }
@@ -52,6 +55,8 @@ public:
     bool isExpanded() const { return m_body != nullptr; }
     void setExpanded(bool expanded);
     void setShowsDetails(bool shows);
+    // Gives the body's web view back to the pool now, for a message about to go.
+    void releaseWebView();
     // The ring around the message the keys act on while the reader has them.
     bool isOutlined() const;
     void setOutlined(bool outlined);
@@ -88,6 +93,7 @@ private:
     bool remoteContentAllowed() const;
 
     QPointer<AppState> m_state;
+    QPointer<MailWebViewPool> m_webViews;
     Email m_email;
     bool m_showsDetails = false;
     // The user pressed "Show Images" on this message.

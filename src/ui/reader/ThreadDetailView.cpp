@@ -4,6 +4,7 @@
 #include "app/state/AppState.h"
 #include "ui/desktop/Icons.h"
 #include "ui/threads/EmptyState.h"
+#include "ui/web/MailWebViewPool.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -12,6 +13,7 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QStackedWidget>
+#include <QTimer>
 #include <QVBoxLayout>
 
 namespace {
@@ -19,7 +21,8 @@ constexpr int contentMargin = 16;
 }
 
 ThreadDetailView::ThreadDetailView(AppState* state, QWidget* parent)
-    : QWidget(parent), m_state(state), m_clock([] { return QDateTime::currentDateTime(); })
+    : QWidget(parent), m_state(state), m_clock([] { return QDateTime::currentDateTime(); }),
+      m_webViews(new MailWebViewPool(this))
 {
     setObjectName(QStringLiteral("reader"));
     auto* layout = new QVBoxLayout(this);
@@ -88,6 +91,12 @@ ThreadDetailView::ThreadDetailView(AppState* state, QWidget* parent)
     showMessages();
 }
 
+ThreadDetailView::~ThreadDetailView()
+{
+    // The message views give their web views back while the pool still stands.
+    qDeleteAll(std::exchange(m_views, {}));
+}
+
 bool ThreadDetailView::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::MouseButtonPress && m_stack->currentWidget() == m_scroll) {
@@ -132,7 +141,20 @@ void ThreadDetailView::showState()
         m_empty->show(Icons::icon(QStringLiteral("envelope.open")), tr("No conversation selected"));
         m_stack->setCurrentWidget(m_empty);
     } else if (m_state->isLoadingThread() && m_state->openEmails().isEmpty()) {
-        m_stack->setCurrentWidget(m_loading);
+        // Between two conversations the messages give way to the busy page only if the next
+        // one still has nothing to show once this turn of the event loop is over: one fetched
+        // ahead follows at once, and hiding and showing the messages for it is wasted work.
+        if (m_stack->currentWidget() != m_scroll || m_loadingDue) {
+            m_stack->setCurrentWidget(m_loading);
+        } else if (!m_loadingQueued) {
+            m_loadingQueued = true;
+            QTimer::singleShot(0, this, [this] {
+                m_loadingQueued = false;
+                m_loadingDue = true;
+                showState();
+                m_loadingDue = false;
+            });
+        }
     } else {
         m_subject->setText(thread->subject());
         m_stack->setCurrentWidget(m_scroll);
@@ -142,6 +164,23 @@ void ThreadDetailView::showState()
 void ThreadDetailView::showMessages()
 {
     const QList<Email>& emails = m_state->openEmails();
+    QSet<QString> shown;
+    for (const Email& email : emails)
+        shown.insert(email.id);
+    // The views of messages that are gone hand their web views back before new ones are built,
+    // so that moving to another conversation reuses them instead of making new ones.
+    for (auto it = m_views.begin(); it != m_views.end();) {
+        if (shown.contains(it.key())) {
+            ++it;
+            continue;
+        }
+        MessageView* gone = it.value();
+        gone->releaseWebView();
+        m_messages->removeWidget(gone);
+        gone->hide();
+        gone->deleteLater();
+        it = m_views.erase(it);
+    }
     QStringList order;
     QHash<QString, MessageView*> kept;
     for (const Email& email : emails) {
@@ -151,17 +190,11 @@ void ThreadDetailView::showMessages()
         if (view) {
             view->setEmail(email);
         } else {
-            view = new MessageView(m_state, email, m_content);
+            view = new MessageView(m_state, email, m_content, m_webViews);
             QObject::connect(view, &MessageView::resized, this, &ThreadDetailView::messageResized);
         }
         kept.insert(email.id, view);
         order << email.id;
-    }
-    // What is left belonged to messages that are gone.
-    for (MessageView* gone : std::as_const(m_views)) {
-        m_messages->removeWidget(gone);
-        gone->hide();
-        gone->deleteLater();
     }
     m_views = kept;
     m_order = order;

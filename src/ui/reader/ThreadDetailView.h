@@ -8,6 +8,7 @@
 
 class AppState;
 class EmptyState;
+class MailWebViewPool;
 class MessageView;
 class QLabel;
 class QProgressBar;
@@ -23,6 +24,7 @@ class ThreadDetailView : public QWidget
     Q_OBJECT
 public:
     explicit ThreadDetailView(AppState* state, QWidget* parent = nullptr);
+    ~ThreadDetailView() override;
 
     // How long after a scroll request a growing message scrolls to the target again.
     static constexpr qint64 pinMilliseconds = 1500;
@@ -39,6 +41,8 @@ public:
     // The message views in order.
     QList<MessageView*> messageViews() const;
     MessageView* messageView(const QString& emailId) const { return m_views.value(emailId); }
+    // The web views the message views share between conversations.
+    MailWebViewPool* webViewPool() const { return m_webViews; }
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -65,6 +69,10 @@ private:
     QWidget* m_content;
     QVBoxLayout* m_messages;
     QLabel* m_subject;
+    MailWebViewPool* m_webViews;
     QHash<QString, MessageView*> m_views;
+    // The busy page waits for the end of the turn that emptied the reader (see showState).
+    bool m_loadingQueued = false;
+    bool m_loadingDue = false;
     QStringList m_order;
 };

@@ -53,6 +53,14 @@ void ThreadListModel::rebuild()
     const QTimeZone zone = QTimeZone::systemTimeZone();
     const QLocale locale;
     const QList<MailThread>& threads = m_state->threads();
+    const QDate today = now.toTimeZone(zone).date();
+    if (today != m_dateTextsDay || zone.id() != m_dateTextsZone ||
+        locale.name() != m_dateTextsLocale) {
+        m_dateTexts.clear();
+        m_dateTextsDay = today;
+        m_dateTextsZone = zone.id();
+        m_dateTextsLocale = locale.name();
+    }
 
     QList<Item> items;
     items.reserve(threads.size() + 5);
@@ -61,7 +69,12 @@ void ThreadListModel::rebuild()
         item.kind = Kind::Thread;
         item.id = thread.id;
         item.thread = thread;
-        item.dateText = dateText(thread.anchor().receivedAt, now, locale, zone);
+        const QDateTime& received = thread.anchor().receivedAt;
+        const qint64 key = received.isValid() ? received.toMSecsSinceEpoch() : -1;
+        auto cached = m_dateTexts.constFind(key);
+        if (cached == m_dateTexts.cend())
+            cached = m_dateTexts.insert(key, dateText(received, now, locale, zone));
+        item.dateText = *cached;
         items.append(item);
     };
     if (m_state->config().groupByDate) {

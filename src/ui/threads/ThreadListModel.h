@@ -5,6 +5,7 @@
 
 #include "ui/models/KeyedModel.h"
 #include <QDateTime>
+#include <QHash>
 #include <QPointer>
 
 #include <functional>
@@ -89,4 +90,11 @@ private:
     QPointer<AppState> m_state;
     std::function<QDateTime()> m_clock;
     QList<Item> m_items;
+    // Date texts by the moment they show, valid for one day, zone and locale: converting a
+    // date to local time reads the zone's rules every time, and every change of the list
+    // (an archived row, a refresh) rebuilds all rows.
+    QHash<qint64, QString> m_dateTexts;
+    QDate m_dateTextsDay;
+    QByteArray m_dateTextsZone;
+    QString m_dateTextsLocale;
 };

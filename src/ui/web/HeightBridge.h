@@ -2,8 +2,9 @@
 
 #include <QObject>
 
-// The one object the height script can reach over the web channel. It takes numbers and
-// nothing else; a report that is not a positive height, or no scroll position, is dropped.
+// The one object the height script can reach over the web channel. It takes numbers, with the
+// address of the document they measure; a report that is not a positive height, or no scroll
+// position, is dropped.
 class HeightBridge : public QObject
 {
     Q_OBJECT
@@ -11,11 +12,11 @@ public:
     using QObject::QObject;
 
 public Q_SLOTS:
-    void report(double height);
+    void report(double height, const QString& documentUrl);
     // Where the page is scrolled to, for a document taller than its view.
-    void scrolled(double y);
+    void scrolled(double y, const QString& documentUrl);
 
 Q_SIGNALS:
-    void reported(int height);
-    void scrolledTo(int y);
+    void reported(int height, const QString& documentUrl);
+    void scrolledTo(int y, const QString& documentUrl);
 };

@@ -15,6 +15,7 @@
 #include <QToolTip>
 #include <QWebChannel>
 #include <QWebEngineContextMenuRequest>
+#include <QWebEngineHistory>
 #include <QWebEngineScript>
 #include <QWebEngineScriptCollection>
 #include <QWheelEvent>
@@ -56,9 +57,9 @@ const char heightScript[] = R"(
             lastViewport = window.innerHeight;
             if (coupled > 3 && height > lastHeight) { return; }
             lastHeight = height;
-            bridge.report(height);
+            bridge.report(height, location.href);
         };
-        window.addEventListener('scroll', function () { bridge.scrolled(window.scrollY); },
+        window.addEventListener('scroll', function () { bridge.scrolled(window.scrollY, location.href); },
                                 { passive: true });
         var observer = new ResizeObserver(post);
         observer.observe(html);
@@ -90,6 +91,10 @@ MailWebView::MailWebView(QWidget* parent) : QWebEngineView(parent)
     setPage(mailPage);
     installHeightScript();
 
+    // Each document is the only entry of the page's history, so that a view showing another
+    // message keeps nothing of the one before.
+    connect(mailPage, &QWebEnginePage::loadFinished, this,
+            [this] { mailPage->history()->clear(); });
     connect(mailPage, &QWebEnginePage::linkHovered, this, [this](const QString& url) {
         // The text of a link can claim any address; the tool tip shows where it really goes.
         if (url.isEmpty())
@@ -102,8 +107,15 @@ MailWebView::MailWebView(QWidget* parent) : QWebEngineView(parent)
 void MailWebView::installHeightScript()
 {
     auto* heightBridge = new HeightBridge(this);
-    connect(heightBridge, &HeightBridge::reported, this, &MailWebView::setContentHeight);
-    connect(heightBridge, &HeightBridge::scrolledTo, this, [this](int y) { pageScroll = y; });
+    // A view shows one message after another: what the page before reports late is dropped.
+    connect(heightBridge, &HeightBridge::reported, this, [this](int height, const QString& url) {
+        if (isCurrent(url))
+            setContentHeight(height);
+    });
+    connect(heightBridge, &HeightBridge::scrolledTo, this, [this](int y, const QString& url) {
+        if (isCurrent(url))
+            pageScroll = y;
+    });
     auto* channel = new QWebChannel(this);
     channel->registerObject(QStringLiteral("veldrinHeight"), heightBridge);
     mailPage->setWebChannel(channel, QWebEngineScript::ApplicationWorld);
@@ -150,6 +162,26 @@ void MailWebView::setDocument(const QString& html, const QList<BodyPart>& inline
         mailPage->expectLoad(url);
         mailPage->load(url);
     }
+}
+
+void MailWebView::clear()
+{
+    if (!current)
+        return;
+    // The profile holds documents weakly: with this reference the parts and the loader go.
+    current.reset();
+    loadedHtml.clear();
+    pageScroll = 0;
+    setContentHeight(0);
+    mailPage->setLinkHandler({});
+    const QUrl blank(QStringLiteral("about:blank"));
+    mailPage->expectLoad(blank);
+    mailPage->load(blank);
+}
+
+bool MailWebView::isCurrent(const QString& documentUrl) const
+{
+    return current && QUrl(documentUrl) == MailWebProfile::documentUrl(current->token);
 }
 
 int MailWebView::contentHeight() const

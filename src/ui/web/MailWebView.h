@@ -32,6 +32,10 @@ public:
     // from inlineParts (matched by their cid, with or without angle brackets) through loader.
     // The same document with the same parts is not loaded again.
     void setDocument(const QString& html, const QList<BodyPart>& inlineParts, PartLoader loader);
+    // Forgets the document shown, for the view to serve another message: its inline parts and
+    // loader go at once (a late cid: request finds nothing), a blank page replaces it, the
+    // height and scroll position start from zero and clicked links go to the desktop again.
+    void clear();
     // The measured height of the content in pixels (0 until known).
     int contentHeight() const;
     // The height the view takes in the reader: its content's, up to maximumViewHeight. A
@@ -63,6 +67,9 @@ private:
     void watchRenderWidget(QObject* child);
     QAbstractScrollArea* enclosingScrollArea() const;
     void setContentHeight(int height);
+    // Whether a report of the height script comes from the document shown now, not from one
+    // this view showed before.
+    bool isCurrent(const QString& documentUrl) const;
 
     MailWebPage* mailPage = nullptr;
     std::shared_ptr<MailDocument> current;

@@ -1,5 +1,6 @@
 #include "AsyncTest.h"
 #include "ReadingAccount.h"
+#include "content/EmailHTML.h"
 #include "ui/desktop/Icons.h"
 #include "ui/main/MainWindow.h"
 #include "ui/reader/MessageView.h"
@@ -7,6 +8,7 @@
 #include "ui/threads/ThreadListModel.h"
 #include "ui/threads/ThreadListView.h"
 #include "ui/web/MailWebView.h"
+#include "ui/web/MailWebViewPool.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -45,6 +47,7 @@ private Q_SLOTS:
     void listUpdateAfterRefresh();
     void openPrefetchedThread_data();
     void openPrefetchedThread();
+    void messageLaidOut();
 };
 
 // A refresh of a 200-row page in which a few rows changed, one arrived at the top and one
@@ -162,6 +165,42 @@ void BenchReading::openPrefetchedThread()
     account.network.setHolding(false);
     account.network.releaseAll();
     QTRY_COMPARE(state->activeFetches(), 0);
+}
+
+// A message handed to a spare web view until its height is reported: what the web engine
+// does off the main thread before a body shows, its renderer process included, since each
+// message has an origin and so a renderer of its own. Run it again with
+// QTWEBENGINE_CHROMIUM_FLAGS="--renderer-process-limit=1" to see the share of the process.
+void BenchReading::messageLaidOut()
+{
+    QWidget window;
+    window.resize(800, 600);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    MailWebViewPool pool(&window, 1);
+    // The first view starts the web engine: not part of it.
+    MailWebView* view = pool.take(&window);
+    view->setGeometry(0, 0, 800, 600);
+    view->setDocument(EmailHTML::wrap(QStringLiteral("<p>First</p>"), false), {}, {});
+    QTRY_VERIFY_WITH_TIMEOUT(view->contentHeight() > 0, 60000);
+    QList<double> times;
+    QElapsedTimer clock;
+    int message = 0;
+    QBENCHMARK
+    {
+        pool.give(view);
+        view = pool.take(&window);
+        view->setGeometry(0, 0, 800, 600);
+        QSignalSpy reported(view, &MailWebView::contentHeightChanged);
+        clock.start();
+        view->setDocument(
+            EmailHTML::wrap(QStringLiteral("<p>Message %1</p>").arg(++message), false), {}, {});
+        QVERIFY(reported.wait(20000));
+        times << clock.nsecsElapsed() / 1e6;
+    }
+    qInfo("document to reported height: median %.1f ms of %d (min %.1f, max %.1f)", median(times),
+          int(times.size()), *std::min_element(times.cbegin(), times.cend()),
+          *std::max_element(times.cbegin(), times.cend()));
 }
 
 int main(int argc, char** argv)

@@ -174,7 +174,7 @@ void TestReader::openThreadShowsItsMessages()
         QCOMPARE(view->webView() != nullptr, open);
     }
     QCOMPARE(ids, QStringList({"T1-1", "T1-2", "T1-3", "T1-4", "T1-5"}));
-    QCOMPARE(reader->findChildren<MailWebView*>().size(), 2);
+    QCOMPARE(reader->scrollArea()->widget()->findChildren<MailWebView*>().size(), 2);
     auto* sender = views.first()->findChild<ElidedLabel*>("senderName");
     QCOMPARE(sender->fullText(), QString("<img src=x>Eve"));
     QCOMPARE(sender->textFormat(), Qt::PlainText);
@@ -189,10 +189,13 @@ void TestReader::openThreadShowsItsMessages()
     MessageView* first = views.first();
     QTest::mouseClick(first->header(), Qt::LeftButton, Qt::NoModifier, QPoint(80, 12));
     QVERIFY(state->expandedEmailIds().contains("T1-1"));
-    QVERIFY(first->webView());
+    QPointer<MailWebView> body = first->webView();
+    QVERIFY(body);
     QTest::mouseClick(first->header(), Qt::LeftButton, Qt::NoModifier, QPoint(80, 12));
     QVERIFY(!first->isExpanded());
-    QTRY_COMPARE(reader->findChildren<MailWebView*>().size(), 2);
+    // Its web view leaves the message for the spares, and the next message opened takes it.
+    QTRY_COMPARE(reader->scrollArea()->widget()->findChildren<MailWebView*>().size(), 2);
+    QVERIFY(body && !body->isVisible());
 
     // From the keyboard: the header takes focus, Return and Space open and close.
     MessageView* second = views.at(1);

@@ -226,6 +226,15 @@ void TestThreadList::dateHeaders()
     state->setConfig(config);
     QCOMPARE(model.rowCount(), groupByDate ? 4 : 7);
     QCOMPARE(resets.size(), 0);
+    // A day later, this morning's mail shows its day instead of its time.
+    const auto dateOfFirst = [&model] {
+        return model.index(model.rowOf("T1"), 0).data(ThreadListModel::DateTextRole).toString();
+    };
+    const QString time = dateOfFirst();
+    model.setClock([noon] { return noon.addDays(1); });
+    QVERIFY(dateOfFirst() != time);
+    QCOMPARE(dateOfFirst(), ThreadListModel::dateText(noon.addSecs(-60), noon.addDays(1), QLocale(),
+                                                      QTimeZone::systemTimeZone()));
 }
 
 void TestThreadList::dateText_data()

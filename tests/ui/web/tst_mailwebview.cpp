@@ -1,6 +1,8 @@
 #include "Fixtures.h"
 #include "content/EmailHTML.h"
+#include "ui/web/MailWebProfile.h"
 #include "ui/web/MailWebView.h"
+#include "ui/web/MailWebViewPool.h"
 
 #include <QApplication>
 #include <QBuffer>
@@ -18,6 +20,7 @@
 #include <QTest>
 #include <QToolTip>
 #include <QVBoxLayout>
+#include <QWebEngineHistory>
 #include <QWebEnginePage>
 #include <QWebEngineScript>
 
@@ -208,6 +211,7 @@ private Q_SLOTS:
     void hostileContentStaysOffTheNetwork();
     void inlineImagesComeFromTheirOwnMessage();
     void largeDocumentLoadsThroughOurScheme();
+    void reusedViewKeepsNothingOfTheMessageBefore();
     void clickedLinksLeaveTheView_data();
     void clickedLinksLeaveTheView();
     void contextMenuOffersOnlySafeItems();
@@ -350,6 +354,49 @@ void TestMailWebView::largeDocumentLoadsThroughOurScheme()
     QTRY_COMPARE(evaluate(view, QStringLiteral("window.scrollY")).toInt(), 700);
     QCOMPARE(view.scrollInside(-1000), -700);
     QTRY_COMPARE(evaluate(view, QStringLiteral("window.scrollY")).toInt(), 0);
+}
+
+void TestMailWebView::reusedViewKeepsNothingOfTheMessageBefore()
+{
+    QWidget home;
+    home.resize(600, 400);
+    home.show();
+    MailWebViewPool pool(&home, 1);
+    FakeBlobs blobs;
+    MailWebView* view = pool.take(&home);
+    view->resize(600, 400);
+    // A message taller than its view, with an inline image, scrolled down inside.
+    QString tall = QStringLiteral("<img id=logo src=\"cid:logo@x\">");
+    for (int paragraph = 0; paragraph < 60; ++paragraph)
+        tall += QStringLiteral("<p>%1</p>").arg(QStringLiteral("word ").repeated(200));
+    QVERIFY(show(*view, EmailHTML::wrap(tall, false),
+                 {inlinePart(QStringLiteral("logo@x"), QStringLiteral("blob-30"))},
+                 blobs.loader()));
+    QTRY_COMPARE(naturalWidth(*view, QStringLiteral("logo")), 30);
+    QCOMPARE(view->scrollInside(700), 700);
+    QTRY_COMPARE(evaluate(*view, QStringLiteral("window.scrollY")).toInt(), 700);
+    const QString token = evaluate(*view, QStringLiteral("location.host")).toString();
+    QVERIFY(MailWebProfile::instance()->document(token));
+
+    pool.give(view);
+    // Its parts are unreachable at once.
+    QVERIFY(!MailWebProfile::instance()->document(token));
+    QCOMPARE(view->contentHeight(), 0);
+    QVERIFY(!view->canScrollInside(1) && !view->isTallerThanView());
+
+    // The next message names the same content id, and has no such part.
+    MailWebView* again = pool.take(&home);
+    QCOMPARE(again, view);
+    QVERIFY(
+        show(*again, EmailHTML::wrap(QStringLiteral("<img id=logo src=\"cid:logo@x\"><p>Short</p>"),
+                                     false)));
+    QTRY_VERIFY(
+        evaluate(*again, QStringLiteral("document.getElementById('logo').complete")).toBool());
+    QCOMPARE(naturalWidth(*again, QStringLiteral("logo")), 0);
+    QCOMPARE(blobs.asked, QStringList{QStringLiteral("blob-30")});
+    QVERIFY(again->contentHeight() < 400);
+    QCOMPARE(evaluate(*again, QStringLiteral("window.scrollY")).toInt(), 0);
+    QCOMPARE(again->page()->history()->count(), 1);
 }
 
 void TestMailWebView::clickedLinksLeaveTheView_data()
