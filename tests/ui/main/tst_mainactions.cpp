@@ -144,6 +144,12 @@ std::unique_ptr<MainWindow> TestMainActions::openWindow(AppState* state)
         return nullptr;
     if (!QTest::qWaitFor([state] { return state->threads().size() >= 3; }))
         return nullptr;
+    // The refresh that follows the push stream's opening lands before the keys are pressed, not
+    // in the middle of them (it would run a search typed but not yet submitted).
+    if (!QTest::qWaitFor([state] {
+            return (state->isDemo() || state->isPushLive()) && state->activeFetches() == 0;
+        }))
+        return nullptr;
     return window;
 }
 
