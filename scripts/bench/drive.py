@@ -329,6 +329,7 @@ def measure_main(args, screen, telemetry, results):
         calls = [c for _, _, c in telemetry.requests()]
         results["start_requests"] = sum(c != "Thread/get" for c in calls)
         results["start_read_ahead"] = sum(c == "Thread/get" for c in calls)
+        results["start_calls"] = calls
         settle(pid, telemetry)
 
         # The first conversation of the session: the web engine starts here.
@@ -475,6 +476,7 @@ def measure_start(args, screen, telemetry, results):
         calls = [c for _, _, c in telemetry.requests()]
         results["start_requests"] = sum(c != "Thread/get" for c in calls)
         results["start_read_ahead"] = sum(c == "Thread/get" for c in calls)
+        results["start_calls"] = calls
     finally:
         stop(process)
 

@@ -212,7 +212,13 @@ void AppState::attach(const QList<QUrl>& urls, ComposeDraft* draft)
 {
     if (!draft)
         return;
+    // A folder dropped before is forgotten once this drop attaches something; a folder in this
+    // drop says so again below.
+    const QString folderError = QStringLiteral("Only files can be attached, not folders.");
+    const bool hadFolderError = draft->error() == folderError;
+    bool refused = false;
     auto attachments = draft->attachments();
+    const qsizetype before = attachments.size();
     for (const QUrl& url : urls) {
         const bool known = std::any_of(attachments.cbegin(), attachments.cend(),
                                        [&](const DraftAttachment& a) { return a.fileUrl == url; });
@@ -220,7 +226,8 @@ void AppState::attach(const QList<QUrl>& urls, ComposeDraft* draft)
             continue;
         const QFileInfo info(url.toLocalFile());
         if (!url.isLocalFile() || !info.exists() || info.isDir()) {
-            draft->setError(QStringLiteral("Only files can be attached, not folders."));
+            draft->setError(folderError);
+            refused = true;
             continue;
         }
         DraftAttachment attachment;
@@ -233,6 +240,8 @@ void AppState::attach(const QList<QUrl>& urls, ComposeDraft* draft)
         attachment.fileUrl = url;
         attachments.append(attachment);
     }
+    if (hadFolderError && !refused && attachments.size() > before)
+        draft->setError(std::nullopt);
     draft->setAttachments(attachments);
     draftChanged(draft);
 }
