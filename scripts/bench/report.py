@@ -55,7 +55,8 @@ def main():
     row("process start → first page of the inbox painted", "≤ 1.0 s", runs, "start_painted_s",
         1000, 1000, unit="ms")
     row("requests from start to first page (after the session)", "≤ 4", runs, "start_requests", 4,
-        note="plus %s read-ahead of the first threads" % figure(runs, "start_read_ahead")[1])
+        note="then %s read-ahead of the first threads and %s new-mail check, once the page has "
+        "arrived" % (figure(runs, "start_read_ahead")[1], figure(runs, "start_new_mail_check")[1]))
     row("j/k onto a prefetched thread → reader painted (main thread)", "≤ 16 ms", runs,
         "jk_shown_main_ms", 16, digits=1, unit="ms",
         note="then %s to take in the fresh copy; requests: %s (after it shows)"
