@@ -12,6 +12,7 @@
 #include <QCursor>
 #include <QFile>
 #include <QMenu>
+#include <QTimer>
 #include <QToolTip>
 #include <QWebChannel>
 #include <QWebEngineContextMenuRequest>
@@ -90,6 +91,13 @@ MailWebView::MailWebView(QWidget* parent) : QWebEngineView(parent)
     mailPage = new MailWebPage(MailWebProfile::instance(), this);
     setPage(mailPage);
     installHeightScript();
+    cover = new QWidget(this);
+    cover->setObjectName(QStringLiteral("staleCover"));
+    cover->setAutoFillBackground(true);
+    QPalette palette = cover->palette();
+    palette.setColor(QPalette::Window, mailPage->backgroundColor());
+    cover->setPalette(palette);
+    cover->hide();
 
     // Each document is the only entry of the page's history, so that a view showing another
     // message keeps nothing of the one before.
@@ -109,8 +117,12 @@ void MailWebView::installHeightScript()
     auto* heightBridge = new HeightBridge(this);
     // A view shows one message after another: what the page before reports late is dropped.
     connect(heightBridge, &HeightBridge::reported, this, [this](int height, const QString& url) {
-        if (isCurrent(url))
-            setContentHeight(height);
+        if (!isCurrent(url))
+            return;
+        setContentHeight(height);
+        // Laid out: its picture follows within a frame or two.
+        if (cover->isVisible())
+            uncoverAfter(std::chrono::milliseconds(50));
     });
     connect(heightBridge, &HeightBridge::scrolledTo, this, [this](int y, const QString& url) {
         if (isCurrent(url))
@@ -150,6 +162,9 @@ void MailWebView::setDocument(const QString& html, const QList<BodyPart>& inline
     current = document;
     loadedHtml = html;
     pageScroll = 0;
+    // Should the height never be reported (a failed load), the cover goes all the same.
+    if (cover->isVisible())
+        uncoverAfter(std::chrono::milliseconds(1000));
     // The previous document goes with the last reference to it: its late requests find nothing.
     MailWebProfile::instance()->addDocument(document);
 
@@ -173,10 +188,28 @@ void MailWebView::clear()
     loadedHtml.clear();
     pageScroll = 0;
     setContentHeight(0);
+    ++coverGeneration;
+    cover->setGeometry(rect());
+    cover->raise();
+    cover->show();
     mailPage->setLinkHandler({});
     const QUrl blank(QStringLiteral("about:blank"));
     mailPage->expectLoad(blank);
     mailPage->load(blank);
+}
+
+void MailWebView::uncoverAfter(std::chrono::milliseconds delay)
+{
+    QTimer::singleShot(delay, this, [this, generation = coverGeneration] {
+        if (generation == coverGeneration)
+            cover->hide();
+    });
+}
+
+void MailWebView::resizeEvent(QResizeEvent* event)
+{
+    QWebEngineView::resizeEvent(event);
+    cover->setGeometry(rect());
 }
 
 bool MailWebView::isCurrent(const QString& documentUrl) const

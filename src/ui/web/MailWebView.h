@@ -5,6 +5,7 @@
 
 #include <QWebEngineView>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -61,6 +62,7 @@ protected:
     bool event(QEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void installHeightScript();
@@ -70,8 +72,14 @@ private:
     // Whether a report of the height script comes from the document shown now, not from one
     // this view showed before.
     bool isCurrent(const QString& documentUrl) const;
+    // Hides the cover after `delay`, unless the view is cleared again meanwhile.
+    void uncoverAfter(std::chrono::milliseconds delay);
 
     MailWebPage* mailPage = nullptr;
+    // Until a view that showed a message has painted the next one, the engine still shows the
+    // last picture of the former: a plain cover in the page's colour stands over it.
+    QWidget* cover = nullptr;
+    quint64 coverGeneration = 0;
     std::shared_ptr<MailDocument> current;
     QString loadedHtml;
     int measuredHeight = 0;

@@ -383,6 +383,9 @@ void TestMailWebView::reusedViewKeepsNothingOfTheMessageBefore()
     QVERIFY(!MailWebProfile::instance()->document(token));
     QCOMPARE(view->contentHeight(), 0);
     QVERIFY(!view->canScrollInside(1) && !view->isTallerThanView());
+    // The engine's last picture of it stays covered until the next message is laid out.
+    auto* cover = view->findChild<QWidget*>(QStringLiteral("staleCover"));
+    QVERIFY(cover && !cover->isHidden());
 
     // The next message names the same content id, and has no such part.
     MailWebView* again = pool.take(&home);
@@ -395,6 +398,7 @@ void TestMailWebView::reusedViewKeepsNothingOfTheMessageBefore()
     QCOMPARE(naturalWidth(*again, QStringLiteral("logo")), 0);
     QCOMPARE(blobs.asked, QStringList{QStringLiteral("blob-30")});
     QVERIFY(again->contentHeight() < 400);
+    QTRY_VERIFY(cover->isHidden());
     QCOMPARE(evaluate(*again, QStringLiteral("window.scrollY")).toInt(), 0);
     QCOMPARE(again->page()->history()->count(), 1);
 }
