@@ -193,9 +193,19 @@ void MailWebView::clear()
     cover->raise();
     cover->show();
     mailPage->setLinkHandler({});
-    const QUrl blank(QStringLiteral("about:blank"));
-    mailPage->expectLoad(blank);
-    mailPage->load(blank);
+    // A blank page lets the former message's renderer go while the view waits unused; a view
+    // taken again within this turn goes straight on to its next message instead.
+    if (blankPending)
+        return;
+    blankPending = true;
+    QTimer::singleShot(0, this, [this] {
+        blankPending = false;
+        if (current)
+            return;
+        const QUrl blank(QStringLiteral("about:blank"));
+        mailPage->expectLoad(blank);
+        mailPage->load(blank);
+    });
 }
 
 void MailWebView::uncoverAfter(std::chrono::milliseconds delay)

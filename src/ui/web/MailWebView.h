@@ -80,6 +80,7 @@ private:
     // last picture of the former: a plain cover in the page's colour stands over it.
     QWidget* cover = nullptr;
     quint64 coverGeneration = 0;
+    bool blankPending = false;
     std::shared_ptr<MailDocument> current;
     QString loadedHtml;
     int measuredHeight = 0;
