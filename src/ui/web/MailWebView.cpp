@@ -121,7 +121,7 @@ void MailWebView::installHeightScript()
             return;
         setContentHeight(height);
         // Laid out: its picture follows within a frame or two.
-        if (cover->isVisible())
+        if (!cover->isHidden())
             uncoverAfter(std::chrono::milliseconds(50));
     });
     connect(heightBridge, &HeightBridge::scrolledTo, this, [this](int y, const QString& url) {
@@ -163,7 +163,7 @@ void MailWebView::setDocument(const QString& html, const QList<BodyPart>& inline
     loadedHtml = html;
     pageScroll = 0;
     // Should the height never be reported (a failed load), the cover goes all the same.
-    if (cover->isVisible())
+    if (!cover->isHidden())
         uncoverAfter(std::chrono::milliseconds(1000));
     // The previous document goes with the last reference to it: its late requests find nothing.
     MailWebProfile::instance()->addDocument(document);
