@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QPainter>
+#include <QtMath>
 
 namespace {
 
@@ -17,6 +18,8 @@ constexpr int dotSize = 8;
 constexpr int avatarSize = 32;
 constexpr int gap = 8;
 constexpr int lineGap = 2;
+// Lines kept laid out: a few screens of rows. Past it the cache starts again.
+constexpr qsizetype cachedLines = 4000;
 
 QFont weighted(QFont font, QFont::Weight weight)
 {
@@ -137,10 +140,10 @@ void ThreadDelegate::paintThread(QPainter* painter, const QStyleOptionViewItem& 
     int right = line.right();
     painter->setFont(option.font);
     painter->setPen(secondary);
-    const QString date = index.data(ThreadListModel::DateTextRole).toString();
-    const int dateWidth = metrics.horizontalAdvance(date);
-    painter->drawText(QRect(right - dateWidth + 1, line.top(), dateWidth, lineHeight),
-                      Qt::AlignRight | Qt::AlignVCenter, date);
+    const QStaticText& date =
+        this->line(option.font, index.data(ThreadListModel::DateTextRole).toString(), -1);
+    const int dateWidth = qCeil(date.size().width());
+    drawLine(painter, QRect(right - dateWidth + 1, line.top(), dateWidth, lineHeight), date);
     right -= dateWidth + 6;
     const int iconSize = qMin(16, lineHeight);
     const QIcon::Mode mode = selected ? QIcon::Selected : QIcon::Normal;
@@ -175,24 +178,42 @@ void ThreadDelegate::paintThread(QPainter* painter, const QStyleOptionViewItem& 
     painter->setPen(text);
     const QRect participantsRect(line.left(), line.top(), qMax(0, right - line.left() - 2),
                                  lineHeight);
-    painter->drawText(participantsRect, Qt::AlignLeft | Qt::AlignVCenter,
-                      QFontMetrics(participantsFont)
-                          .elidedText(index.data(ThreadListModel::ParticipantsRole).toString(),
-                                      Qt::ElideRight, participantsRect.width()));
+    drawLine(painter, participantsRect, index.data(ThreadListModel::ParticipantsRole).toString());
 
     // Second line: the subject; third: the preview.
     line.translate(0, lineHeight + lineGap);
     const QFont subjectFont = unread ? weighted(option.font, QFont::Medium) : option.font;
     painter->setFont(subjectFont);
-    painter->drawText(line, Qt::AlignLeft | Qt::AlignVCenter,
-                      QFontMetrics(subjectFont)
-                          .elidedText(index.data(ThreadListModel::SubjectRole).toString(),
-                                      Qt::ElideRight, line.width()));
+    drawLine(painter, line, index.data(ThreadListModel::SubjectRole).toString());
     line.translate(0, lineHeight + lineGap);
     painter->setFont(option.font);
     painter->setPen(secondary);
-    painter->drawText(line, Qt::AlignLeft | Qt::AlignVCenter,
-                      metrics.elidedText(index.data(ThreadListModel::PreviewRole).toString(),
-                                         Qt::ElideRight, line.width()));
+    drawLine(painter, line, index.data(ThreadListModel::PreviewRole).toString());
     painter->restore();
+}
+
+const QStaticText& ThreadDelegate::line(const QFont& font, const QString& text, int width) const
+{
+    LineKey key{text, font, width};
+    auto found = m_lines.constFind(key);
+    if (found != m_lines.cend())
+        return *found;
+    if (m_lines.size() >= cachedLines)
+        m_lines.clear();
+    QStaticText laidOut(width < 0 ? text
+                                  : QFontMetrics(font).elidedText(text, Qt::ElideRight, width));
+    laidOut.setTextFormat(Qt::PlainText);
+    laidOut.prepare(QTransform(), font);
+    return *m_lines.insert(std::move(key), std::move(laidOut));
+}
+
+void ThreadDelegate::drawLine(QPainter* painter, const QRect& rect, const QString& text) const
+{
+    drawLine(painter, rect, line(painter->font(), text, rect.width()));
+}
+
+void ThreadDelegate::drawLine(QPainter* painter, const QRect& rect, const QStaticText& line)
+{
+    painter->drawStaticText(
+        QPointF(rect.left(), rect.top() + (rect.height() - line.size().height()) / 2), line);
 }

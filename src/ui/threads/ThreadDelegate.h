@@ -1,5 +1,8 @@
 #pragma once
 
+#include <QFont>
+#include <QHash>
+#include <QStaticText>
 #include <QStyledItemDelegate>
 
 // Paints a row of the thread list: unread dot, avatar, participants, count, flag, paperclip
@@ -21,6 +24,27 @@ public:
 private:
     void paintThread(QPainter* painter, const QStyleOptionViewItem& option,
                      const QModelIndex& index) const;
+    // One line of text laid out in `font`, cut to `width` with an ellipsis (never cut when
+    // `width` is negative), from the cache.
+    const QStaticText& line(const QFont& font, const QString& text, int width) const;
+    // Draws a line in the painter's font at the left of `rect`, cut to its width, centred in
+    // its height.
+    void drawLine(QPainter* painter, const QRect& rect, const QString& text) const;
+    static void drawLine(QPainter* painter, const QRect& rect, const QStaticText& line);
 
     bool m_showAvatars = true;
+    // Shaping text is most of what a row costs to paint, and rows repaint whenever the list
+    // moves under them (an archive shifts every row below it): each line is laid out once.
+    struct LineKey
+    {
+        QString text;
+        QFont font;
+        int width;
+        bool operator==(const LineKey&) const = default;
+    };
+    friend size_t qHash(const LineKey& key, size_t seed)
+    {
+        return qHashMulti(seed, key.text, key.font, key.width);
+    }
+    mutable QHash<LineKey, QStaticText> m_lines;
 };

@@ -16,3 +16,8 @@ void HeightBridge::scrolled(double y, const QString& documentUrl)
         return;
     Q_EMIT scrolledTo(static_cast<int>(std::lround(y)), documentUrl);
 }
+
+void HeightBridge::painted(const QString& documentUrl)
+{
+    Q_EMIT firstFramePainted(documentUrl);
+}

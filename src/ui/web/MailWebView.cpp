@@ -12,6 +12,8 @@
 #include <QCursor>
 #include <QFile>
 #include <QMenu>
+#include <QQuickWidget>
+#include <QQuickWindow>
 #include <QTimer>
 #include <QToolTip>
 #include <QWebChannel>
@@ -33,39 +35,53 @@ namespace {
 const char heightScript[] = R"(
 (function () {
     if (typeof qt === 'undefined' || !qt.webChannelTransport) { return; }
+    // The channel opens while the document is still being read, so that the first report
+    // does not wait for its round trip.
     new QWebChannel(qt.webChannelTransport, function (channel) {
         var bridge = channel.objects.veldrinHeight;
-        var html = document.documentElement;
-        var root = document.getElementById('%1');
-        var below = function (element) {
-            var style = getComputedStyle(element);
-            return (parseFloat(style.paddingBottom) || 0) + (parseFloat(style.borderBottomWidth) || 0);
+        var start = function () {
+            var html = document.documentElement;
+            var root = document.getElementById('%1');
+            var below = function (element) {
+                var style = getComputedStyle(element);
+                return (parseFloat(style.paddingBottom) || 0) + (parseFloat(style.borderBottomWidth) || 0);
+            };
+            var measure = function () {
+                if (!root || !document.body) { return html.getBoundingClientRect().height; }
+                var bodyStyle = getComputedStyle(document.body);
+                return root.getBoundingClientRect().bottom + window.scrollY + below(document.body)
+                    + (parseFloat(bodyStyle.marginBottom) || 0) + below(html);
+            };
+            // A page sized in viewport units grows with the view, and the view follows the
+            // page: after a few reports in a row in which the page grew along with the view, it
+            // stops growing instead of taking the reader with it forever.
+            var lastViewport = window.innerHeight, lastHeight = 0, coupled = 0;
+            var post = function () {
+                var height = Math.ceil(measure());
+                var viewportGrowth = window.innerHeight - lastViewport;
+                coupled = (viewportGrowth > 0 && height - lastHeight >= viewportGrowth) ? coupled + 1 : 0;
+                lastViewport = window.innerHeight;
+                if (coupled > 3 && height > lastHeight) { return; }
+                lastHeight = height;
+                bridge.report(height, location.href);
+            };
+            window.addEventListener('scroll', function () { bridge.scrolled(window.scrollY, location.href); },
+                                    { passive: true });
+            var observer = new ResizeObserver(post);
+            observer.observe(html);
+            if (root) { observer.observe(root); }
+            post();
+            // The second animation frame from now begins once the first is drawn: from then on
+            // the engine holds a picture of this document, not of the one the view showed before.
+            requestAnimationFrame(function () {
+                requestAnimationFrame(function () { bridge.painted(location.href); });
+            });
         };
-        var measure = function () {
-            if (!root || !document.body) { return html.getBoundingClientRect().height; }
-            var bodyStyle = getComputedStyle(document.body);
-            return root.getBoundingClientRect().bottom + window.scrollY + below(document.body)
-                + (parseFloat(bodyStyle.marginBottom) || 0) + below(html);
-        };
-        // A page sized in viewport units grows with the view, and the view follows the page:
-        // after a few reports in a row in which the page grew along with the view, it stops
-        // growing instead of taking the reader with it forever.
-        var lastViewport = window.innerHeight, lastHeight = 0, coupled = 0;
-        var post = function () {
-            var height = Math.ceil(measure());
-            var viewportGrowth = window.innerHeight - lastViewport;
-            coupled = (viewportGrowth > 0 && height - lastHeight >= viewportGrowth) ? coupled + 1 : 0;
-            lastViewport = window.innerHeight;
-            if (coupled > 3 && height > lastHeight) { return; }
-            lastHeight = height;
-            bridge.report(height, location.href);
-        };
-        window.addEventListener('scroll', function () { bridge.scrolled(window.scrollY, location.href); },
-                                { passive: true });
-        var observer = new ResizeObserver(post);
-        observer.observe(html);
-        if (root) { observer.observe(root); }
-        post();
+        if (document.readyState === 'loading') {
+            document.addEventListener('DOMContentLoaded', start);
+        } else {
+            start();
+        }
     });
 })();
 )";
@@ -120,9 +136,10 @@ void MailWebView::installHeightScript()
         if (!isCurrent(url))
             return;
         setContentHeight(height);
-        // Laid out: its picture follows within a frame or two.
-        if (!cover->isHidden())
-            uncoverAfter(std::chrono::milliseconds(50));
+    });
+    connect(heightBridge, &HeightBridge::firstFramePainted, this, [this](const QString& url) {
+        if (isCurrent(url) && !cover->isHidden())
+            uncoverOnNextFrame();
     });
     connect(heightBridge, &HeightBridge::scrolledTo, this, [this](int y, const QString& url) {
         if (isCurrent(url))
@@ -136,7 +153,7 @@ void MailWebView::installHeightScript()
     script.setName(QStringLiteral("veldrin-height"));
     script.setSourceCode(webChannelLibrary() +
                          QString::fromLatin1(heightScript).arg(QLatin1String(EmailHTML::rootId)));
-    script.setInjectionPoint(QWebEngineScript::DocumentReady);
+    script.setInjectionPoint(QWebEngineScript::DocumentCreation);
     script.setWorldId(QWebEngineScript::ApplicationWorld);
     script.setRunsOnSubFrames(false);
     mailPage->scripts().insert(script);
@@ -216,6 +233,18 @@ void MailWebView::uncoverAfter(std::chrono::milliseconds delay)
     });
 }
 
+void MailWebView::uncoverOnNextFrame()
+{
+    // The page has drawn; its picture reaches this side with the widget's next frame. Should
+    // the widget not be one whose frames can be watched, a frame's time stands in for it.
+    if (!renderWindow) {
+        uncoverAfter(std::chrono::milliseconds(20));
+        return;
+    }
+    uncoverAtFrame = coverGeneration;
+    uncoverAfter(std::chrono::milliseconds(200));
+}
+
 void MailWebView::resizeEvent(QResizeEvent* event)
 {
     QWebEngineView::resizeEvent(event);
@@ -287,8 +316,22 @@ bool MailWebView::event(QEvent* event)
 
 void MailWebView::watchRenderWidget(QObject* child)
 {
-    if (child && child->isWidgetType())
-        child->installEventFilter(this);
+    if (!child || !child->isWidgetType())
+        return;
+    child->installEventFilter(this);
+    // The engine draws through a Qt Quick scene of its own; its frames say when a new picture
+    // of the page is on the widget.
+    auto* quick = qobject_cast<QQuickWidget*>(child);
+    if (!quick || renderWindow == quick->quickWindow())
+        return;
+    renderWindow = quick->quickWindow();
+    connect(renderWindow, &QQuickWindow::afterRendering, this, [this] {
+        if (!uncoverAtFrame || *uncoverAtFrame != coverGeneration)
+            return;
+        uncoverAtFrame.reset();
+        // Not from within the frame being drawn.
+        uncoverAfter(std::chrono::milliseconds(0));
+    });
 }
 
 QAbstractScrollArea* MailWebView::enclosingScrollArea() const
