@@ -18,8 +18,6 @@ import subprocess
 import threading
 import time
 import zlib
-import sys
-def T(w): print(f"TRACE {time.monotonic()*1000:.1f} {w}", file=sys.stderr, flush=True)
 
 from Xlib import X, XK, display
 from Xlib.ext import damage, xtest
@@ -218,8 +216,10 @@ class Changes:
     the window that draws there: the driver sleeps until the server reports drawing, then
     compares the pixels, rather than copying the part over and over while the program works."""
 
-    def __init__(self, window, box):
+    def __init__(self, window, box, probe=None):
         self.d = display.Display()
+        self.probe = probe
+        self.probed = None
         self.d.damage_query_version()
         self.box = box
         target = self.d.create_resource_object("window", window.id)
@@ -262,16 +262,20 @@ class Changes:
 
     def next_change(self, timeout):
         """Waits for the pixels to differ from the last mark or change; gives the time they were
-        seen to, or None after timeout seconds."""
+        drawn, or None after timeout seconds. The probe's reading at that moment is kept in
+        `probed`."""
         end = time.monotonic() + timeout
         while True:
             left = end - time.monotonic()
             if left <= 0 or not self._drawn_in_box(left):
                 return None
             seen = time.monotonic()
+            # What the program had done by the time it drew, read before the pixels are.
+            probed = self.probe() if self.probe else None
             now = self._checksum()
             if now != self.pixels:
                 self.pixels = now
+                self.probed = probed
                 return seen
 
     def last_change(self, since, quiet):
@@ -429,15 +433,15 @@ def measure_main(args, screen, telemetry, results):
             screen.key("j")
             settle(pid, telemetry)
         shown, total, requests = [], [], []
-        reader = Changes(window, READER)
+        reader = Changes(window, READER, probe=lambda: main_thread_ns(pid))
         for i in range(10):
             mark = telemetry.mark()
             reader.mark()
             cpu = main_thread_ns(pid)
             screen.key("j" if i % 2 == 0 else "k")
             reader.next_change(2)
-            shown.append((main_thread_ns(pid) - cpu) / 1e6)
-            total.append(shown[-1] + settle_cpu(pid))
+            shown.append((reader.probed - cpu) / 1e6)
+            total.append((main_thread_ns(pid) - cpu) / 1e6 + settle_cpu(pid))
             settle(pid, telemetry)
             requests.append(telemetry.calls(mark))
         results["jk_shown_main_ms"] = median(shown)
@@ -473,8 +477,8 @@ def measure_main(args, screen, telemetry, results):
             cpu = main_thread_ns(pid)
             screen.key("e")
             reader.next_change(2)
-            shown.append((main_thread_ns(pid) - cpu) / 1e6)
-            total.append(shown[-1] + settle_cpu(pid))
+            shown.append((reader.probed - cpu) / 1e6)
+            total.append((main_thread_ns(pid) - cpu) / 1e6 + settle_cpu(pid))
             settle(pid, telemetry)
             archive_calls.append(telemetry.calls(mark))
         results["archive_shown_main_ms"] = median(shown)

@@ -28,6 +28,13 @@ SyncFooter::SyncFooter(AppState* state, QWidget* parent) : QWidget(parent), m_st
     m_bar->setFixedHeight(3);
     layout->addWidget(m_label);
     layout->addWidget(m_bar);
+    // A status comes and goes with nearly every request: the footer keeps its room for it, so
+    // that showing it repaints the footer alone instead of laying out the sidebar again.
+    for (QWidget* part : {static_cast<QWidget*>(m_label), static_cast<QWidget*>(m_bar)}) {
+        QSizePolicy policy = part->sizePolicy();
+        policy.setRetainSizeWhenHidden(true);
+        part->setSizePolicy(policy);
+    }
     QObject::connect(state, &AppState::activityChanged, this, &SyncFooter::showState);
     showState();
 }
@@ -44,6 +51,8 @@ QString SyncFooter::status() const
 void SyncFooter::showState()
 {
     const QString text = status();
+    if (text == m_label->text() && m_label->isHidden() == text.isEmpty())
+        return;
     m_label->setText(text);
     m_bar->setAccessibleName(text);
     m_label->setVisible(!text.isEmpty());

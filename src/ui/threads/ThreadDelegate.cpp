@@ -140,7 +140,7 @@ void ThreadDelegate::paintThread(QPainter* painter, const QStyleOptionViewItem& 
     int right = line.right();
     painter->setFont(option.font);
     painter->setPen(secondary);
-    const QStaticText& date =
+    const QStaticText date =
         this->line(option.font, index.data(ThreadListModel::DateTextRole).toString(), -1);
     const int dateWidth = qCeil(date.size().width());
     drawLine(painter, QRect(right - dateWidth + 1, line.top(), dateWidth, lineHeight), date);
@@ -192,7 +192,7 @@ void ThreadDelegate::paintThread(QPainter* painter, const QStyleOptionViewItem& 
     painter->restore();
 }
 
-const QStaticText& ThreadDelegate::line(const QFont& font, const QString& text, int width) const
+QStaticText ThreadDelegate::line(const QFont& font, const QString& text, int width) const
 {
     LineKey key{text, font, width};
     auto found = m_lines.constFind(key);

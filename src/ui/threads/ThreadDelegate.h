@@ -26,7 +26,7 @@ private:
                      const QModelIndex& index) const;
     // One line of text laid out in `font`, cut to `width` with an ellipsis (never cut when
     // `width` is negative), from the cache.
-    const QStaticText& line(const QFont& font, const QString& text, int width) const;
+    QStaticText line(const QFont& font, const QString& text, int width) const;
     // Draws a line in the painter's font at the left of `rect`, cut to its width, centred in
     // its height.
     void drawLine(QPainter* painter, const QRect& rect, const QString& text) const;
