@@ -241,13 +241,13 @@ QString FakeNetwork::accountId()
     return QStringLiteral("u1");
 }
 
-QJsonObject FakeNetwork::defaultSession()
+QJsonObject FakeNetwork::defaultSession(qint64 maxDelayedSend)
 {
     const QString account = accountId();
     const QJsonObject capabilities{
         {QStringLiteral("urn:ietf:params:jmap:mail"), QJsonObject{}},
         {QStringLiteral("urn:ietf:params:jmap:submission"),
-         QJsonObject{{QStringLiteral("maxDelayedSend"), 3600}}},
+         QJsonObject{{QStringLiteral("maxDelayedSend"), maxDelayedSend}}},
         {QStringLiteral("urn:ietf:params:jmap:contacts"), QJsonObject{}},
         {QStringLiteral("https://www.fastmail.com/dev/maskedemail"), QJsonObject{}}};
     return QJsonObject{

@@ -17,7 +17,6 @@
 #include <QAbstractItemModelTester>
 #include <QAccessible>
 #include <QApplication>
-#include <QDir>
 #include <QJsonDocument>
 #include <QLabel>
 #include <QLineEdit>
@@ -124,14 +123,12 @@ void TestMainWindow::noTokenShowsThePrompt()
 
     // Open Settings lands in the token field of the Account tab, ready for a paste.
     auto* open = window.findChild<QPushButton*>("openSettingsButton");
-    QCOMPARE(open->text(), QString("Open Settings"));
     QVERIFY(QTest::qWaitForWindowActive(&window));
     QTest::mouseClick(open, Qt::LeftButton);
     SettingsWindow* settings = window.settingsWindow();
     QVERIFY(QTest::qWaitForWindowActive(settings));
     QCOMPARE(settings->tabs()->currentWidget(), settings->account());
     auto* token = settings->findChild<QLineEdit*>("tokenField");
-    QCOMPARE(token->placeholderText(), QString("fmu1-…"));
     QTRY_COMPARE(QApplication::focusWidget(), token);
     QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(token);
     QCOMPARE(accessible->text(QAccessible::Name), QString("API token"));
@@ -272,8 +269,6 @@ void TestMainWindow::threeColumnsWithTheSyncFooter()
     QCOMPARE(sizes.size(), 3);
     QCOMPARE(sizes.at(0), 210);
     QCOMPARE(sizes.at(1), 356);
-    QCOMPARE(window.threadList()->minimumWidth(), 280);
-    QCOMPARE(window.threadList()->maximumWidth(), 512);
     // The keys act on the list first.
     QTRY_COMPARE(QApplication::focusWidget(), window.threadList()->list());
 

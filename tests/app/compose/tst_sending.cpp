@@ -13,21 +13,6 @@ QList<QJsonArray> submitCalls(const FakeNetwork& network)
     return calls;
 }
 
-void setMaxDelayedSend(FakeNetwork& network, qint64 seconds)
-{
-    QJsonObject session = FakeNetwork::defaultSession();
-    QJsonObject accounts = session["accounts"].toObject();
-    for (auto account = accounts.begin(); account != accounts.end(); ++account) {
-        QJsonObject record = account->toObject();
-        QJsonObject capabilities = record["accountCapabilities"].toObject();
-        capabilities["urn:ietf:params:jmap:submission"] = QJsonObject{{"maxDelayedSend", seconds}};
-        record["accountCapabilities"] = capabilities;
-        *account = record;
-    }
-    session["accounts"] = accounts;
-    network.setSession(session);
-}
-
 // A reply to the inbox message "e1" of thread "t1", once the thread has opened.
 ComposeDraft* replyToInbox(AppState& state)
 {
@@ -85,7 +70,6 @@ void TestSending::failedChecksSendAndSaveNothing()
     QFETCH(QString, missing);
     QFETCH(QString, error);
     ComposeFixture f;
-    setMaxDelayedSend(f.network, 3600);
     if (missing == "identities")
         f.server.identities = {};
     if (missing == "drafts")
@@ -173,7 +157,7 @@ void TestSending::undoToastLastsLessThanTheHold()
     QFETCH(qint64, maxDelayed);
     QFETCH(double, toastSeconds);
     ComposeFixture f;
-    setMaxDelayedSend(f.network, maxDelayed);
+    f.network.setSession(FakeNetwork::defaultSession(maxDelayed));
     auto state = f.started(undoSend);
     ComposeDraft* draft = state->compose();
     draft->setTo("a@example.com");

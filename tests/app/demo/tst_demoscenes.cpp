@@ -3,8 +3,6 @@
 #include "app/demo/DemoScene.h"
 #include "app/state/AppState.h"
 
-#include <QGuiApplication>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 

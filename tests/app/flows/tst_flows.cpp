@@ -3,8 +3,6 @@
 
 #include "StateFixture.h"
 
-#include "jmap/Errors.h"
-
 #include <QJsonArray>
 #include <QRegularExpression>
 

@@ -1,4 +1,3 @@
-#include "EmailIds.h"
 #include "StateFixture.h"
 
 #include <QFileInfo>

@@ -2,7 +2,6 @@
 #include "FakeDirectoryServices.h"
 #include "app/stores/ContactStore.h"
 
-#include <QGuiApplication>
 #include <QSignalSpy>
 #include <QTest>
 #include <QUuid>

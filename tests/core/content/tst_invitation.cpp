@@ -1,7 +1,6 @@
 #include "Fixtures.h"
 #include "content/Invitation.h"
 
-#include <QFile>
 #include <QRandomGenerator>
 #include <QTest>
 

@@ -3,7 +3,6 @@
 #include "directory/ContactDetails.h"
 #include "jmap/JMAPDecoding.h"
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QTest>

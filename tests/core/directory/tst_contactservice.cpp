@@ -3,7 +3,6 @@
 #include "Fixtures.h"
 #include "directory/ContactService.h"
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QTest>

@@ -4,7 +4,6 @@
 #include "directory/MaskedEmailService.h"
 #include "jmap/JMAPDecoding.h"
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QTest>

@@ -4,9 +4,7 @@
 #include "mail/Email.h"
 #include "mail/MailThread.h"
 
-#include <QFile>
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QTest>
 
 namespace {

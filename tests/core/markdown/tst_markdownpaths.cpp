@@ -4,7 +4,6 @@
 #include "markdown/MarkdownRenderer.h"
 #include "markdown/OutputRewriter.h"
 
-#include <QFile>
 #include <QRegularExpression>
 #include <QTest>
 

@@ -1,7 +1,6 @@
 #include "Fixtures.h"
 #include "markdown/MarkdownRenderer.h"
 
-#include <QFile>
 #include <QTest>
 
 // What a recipient's mail program receives for what the user typed.

@@ -14,6 +14,7 @@
 #include "ui/settings/SettingsWindow.h"
 #include "ui/settings/Stepper.h"
 
+#include <QAccessible>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
@@ -22,6 +23,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QNetworkAccessManager>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -84,9 +86,16 @@ private Q_SLOTS:
     void keybindingNotes_data();
     void keybindingNotes();
     void keyChangesShowAtOnce();
+    void returnKeySavesAndConnectsOnce_data();
+    void returnKeySavesAndConnectsOnce();
+    void firstConnectToEndClearsConnecting();
+    void sessionUrlSetByAssistiveTechnologyIsSaved_data();
+    void sessionUrlSetByAssistiveTechnologyIsSaved();
 
 private:
     std::unique_ptr<AppState> makeState(bool connected = false);
+    // Session fetches so far: one per connection attempt.
+    qsizetype sessionFetches() const;
     QJsonObject file() const;
     QString configPath() const;
     QTemporaryDir home;
@@ -130,6 +139,13 @@ std::unique_ptr<AppState> TestSettingsWindow::makeState(bool connected)
     return state;
 }
 
+qsizetype TestSettingsWindow::sessionFetches() const
+{
+    return std::count_if(
+        network->requests().begin(), network->requests().end(),
+        [](const RecordedRequest& request) { return request.url == FakeNetwork::sessionUrl(); });
+}
+
 QJsonObject TestSettingsWindow::file() const
 {
     QFile config(configPath());
@@ -150,7 +166,6 @@ void TestSettingsWindow::tabsAndScreenshots()
     state->setConfig(config);
     Updater updater(updaterOptions(home.filePath("screenshots.ini")), &web);
     SettingsWindow settings(state.get(), nullptr, &updater);
-    QCOMPARE(settings.size(), QSize(520, 520));
     settings.show();
     QVERIFY(QTest::qWaitForWindowExposed(&settings));
     QCOMPARE(settings.tabs()->currentWidget(), settings.general());
@@ -436,13 +451,7 @@ void TestSettingsWindow::keyChangesShowAtOnce()
     MainWindow window(state.get());
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
-    const auto sessions = [this] {
-        return std::count_if(network->requests().begin(), network->requests().end(),
-                             [](const RecordedRequest& request) {
-                                 return request.url == FakeNetwork::sessionUrl();
-                             });
-    };
-    const auto before = sessions();
+    const auto before = sessionFetches();
     window.showSettings();
     SettingsWindow* settings = window.settingsWindow();
     QVERIFY(QTest::qWaitForWindowExposed(settings));
@@ -463,7 +472,7 @@ void TestSettingsWindow::keyChangesShowAtOnce()
     // Return in the field ends the edit and nothing else: no connection starts.
     QTest::keyClick(field, Qt::Key_Return);
     QVERIFY(settings->isVisible());
-    QCOMPARE(sessions(), before);
+    QCOMPARE(sessionFetches(), before);
 
     QTest::mouseClick(settings->keybindings()->resetButton(), Qt::LeftButton);
     QCOMPARE(field->text(), QString("e"));
@@ -474,6 +483,94 @@ void TestSettingsWindow::keyChangesShowAtOnce()
          it != AppConfig::defaultKeybindings().cend(); ++it)
         defaults.insert(it.key(), it.value());
     QCOMPARE(file().value("keybindings").toObject(), defaults);
+}
+
+void TestSettingsWindow::returnKeySavesAndConnectsOnce_data()
+{
+    QTest::addColumn<QString>("focus");
+    QTest::addColumn<bool>("connected");
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("storedAfter");
+    QTest::newRow("in the token field") << "tokenField" << false << "fmu1-typed"
+                                        << "fmu1-typed";
+    QTest::newRow("in the session URL field") << "sessionUrlField" << true << ""
+                                              << "fmu1-token";
+    QTest::newRow("on Remove Token") << "removeTokenButton" << true << ""
+                                     << "fmu1-token";
+}
+
+void TestSettingsWindow::returnKeySavesAndConnectsOnce()
+{
+    // One press of Return saves and connects once, and never removes the token.
+    QFETCH(QString, focus);
+    QFETCH(bool, connected);
+    QFETCH(QString, typed);
+    QFETCH(QString, storedAfter);
+    auto state = makeState(connected);
+    state->start([](QUuid) {});
+    const auto before = sessionFetches();
+    SettingsWindow settings(state.get());
+    settings.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&settings));
+    settings.tabs()->setCurrentWidget(settings.account());
+    QTest::keyClicks(settings.findChild<QLineEdit*>("tokenField"), typed);
+    auto* target = settings.findChild<QWidget*>(focus);
+    QVERIFY(target->isVisible());
+    target->setFocus();
+    QTest::keyClick(target, Qt::Key_Return);
+    QTRY_VERIFY(!settings.account()->isConnecting());
+    QCOMPARE(sessionFetches(), before + 1);
+    QCOMPARE(storedToken(keychain), std::optional<QString>(storedAfter));
+}
+
+void TestSettingsWindow::firstConnectToEndClearsConnecting()
+{
+    auto state = makeState(true);
+    SettingsWindow settings(state.get());
+    settings.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&settings));
+    settings.tabs()->setCurrentWidget(settings.account());
+    auto* progress = settings.findChild<QProgressBar*>();
+    QTest::mouseClick(settings.account()->saveButton(), Qt::LeftButton);
+    QVERIFY(progress->isVisible());
+    // A second press while the first runs; its session fetch never ends.
+    network->setStreamPrefix(FakeNetwork::sessionUrl().toString());
+    QTest::mouseClick(settings.account()->saveButton(), Qt::LeftButton);
+    QTRY_VERIFY(!settings.account()->isConnecting());
+    QVERIFY(!progress->isVisible());
+    network->streams().constLast()->failStream(QNetworkReply::TimeoutError, "timed out");
+}
+
+void TestSettingsWindow::sessionUrlSetByAssistiveTechnologyIsSaved_data()
+{
+    QTest::addColumn<bool>("replace");
+    QTest::newRow("value set") << false;
+    QTest::newRow("text replaced") << true;
+}
+
+void TestSettingsWindow::sessionUrlSetByAssistiveTechnologyIsSaved()
+{
+    // Dictation and braille displays change the text through the accessibility interface,
+    // without a key press.
+    QFETCH(bool, replace);
+    auto state = makeState(true);
+    SettingsWindow settings(state.get());
+    settings.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&settings));
+    settings.tabs()->setCurrentWidget(settings.account());
+    auto* field = settings.findChild<QLineEdit*>("sessionUrlField");
+    QTest::keyClicks(field, "x"); // a typed edit first, which the new text replaces
+    QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(field);
+    const QString url = "http://jmap.example.test/";
+    if (replace)
+        accessible->editableTextInterface()->replaceText(0, int(field->text().size()), url);
+    else
+        accessible->setText(QAccessible::Value, url);
+    QCOMPARE(field->text(), url);
+    QTest::mouseClick(settings.account()->saveButton(), Qt::LeftButton);
+    QCOMPARE(state->config().sessionUrl, url);
+    QTRY_COMPARE(state->errorMessage(),
+                 std::optional<QString>("The JMAP session URL must be an https URL."));
 }
 
 QTEST_MAIN(TestSettingsWindow)

@@ -10,7 +10,6 @@
 
 #include <QAccessible>
 #include <QAccessibleActionInterface>
-#include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
