@@ -24,24 +24,6 @@ QByteArray verbOf(QNetworkAccessManager::Operation op, const QNetworkRequest& re
     }
 }
 
-QString reasonFor(int status)
-{
-    switch (status) {
-    case 200:
-        return QStringLiteral("OK");
-    case 201:
-        return QStringLiteral("Created");
-    case 401:
-        return QStringLiteral("Unauthorized");
-    case 403:
-        return QStringLiteral("Forbidden");
-    case 404:
-        return QStringLiteral("Not Found");
-    default:
-        return QStringLiteral("Status");
-    }
-}
-
 QNetworkReply::NetworkError errorForStatus(int status)
 {
     if (status >= 200 && status <= 299)
@@ -74,8 +56,6 @@ public:
             m_data.clear();
         } else {
             setAttribute(QNetworkRequest::HttpStatusCodeAttribute, response.status);
-            setAttribute(QNetworkRequest::HttpReasonPhraseAttribute,
-                         reasonFor(response.status).toLatin1());
             setHeader(QNetworkRequest::ContentTypeHeader, response.contentType);
             setHeader(QNetworkRequest::ContentLengthHeader, m_data.size());
             const auto error = errorForStatus(response.status);

@@ -35,16 +35,6 @@ private slots:
             << utc("2026-10-18T10:00:00+02:00") << 8
             << QStringList{"In 1 Hour", "Tomorrow at 8:00 AM"}
             << QList<QDateTime>{utc("2026-10-18T09:00:00Z"), utc("2026-10-19T06:00:00Z")};
-        QTest::newRow("Sunday just before midnight")
-            << utc("2026-10-18T23:59:00+02:00") << 8
-            << QStringList{"In 1 Hour", "Tomorrow at 8:00 AM"}
-            << QList<QDateTime>{utc("2026-10-18T22:59:00Z"), utc("2026-10-19T06:00:00Z")};
-        QTest::newRow("Saturday") << utc("2026-10-17T10:00:00+02:00") << 8
-                                  << QStringList{"In 1 Hour", "Tomorrow at 8:00 AM",
-                                                 "Monday at 8:00 AM"}
-                                  << QList<QDateTime>{utc("2026-10-17T09:00:00Z"),
-                                                      utc("2026-10-18T06:00:00Z"),
-                                                      utc("2026-10-19T06:00:00Z")};
         QTest::newRow("Monday before the morning hour: today's Monday, Tuesday as tomorrow")
             << utc("2026-10-19T07:00:00+02:00") << 8
             << QStringList{"In 1 Hour", "Tomorrow at 8:00 AM", "Monday at 8:00 AM"}

@@ -90,16 +90,10 @@ private Q_SLOTS:
         addRow("long row is cut", "| a |\n|---|\n| 1 | 2 | 3 |",
                "<table>\n<thead>\n<tr>\n<th>a</th>\n</tr>\n</thead>\n<tbody>\n<tr>\n<td>1</td>\n"
                "</tr>\n</tbody>\n</table>\n");
-        addRow(
-            "escaped pipe in a cell", "| a \\| b |\n|---|\n| c |",
-            "<table>\n<thead>\n<tr>\n<th>a | b</th>\n</tr>\n</thead>\n<tbody>\n<tr>\n<td>c</td>\n"
-            "</tr>\n</tbody>\n</table>\n");
         addRow("second table has its own alignments", "| a |\n|--:|\n\nx\n\n| b |\n|---|\n| 1 |",
                "<table>\n<thead>\n<tr>\n<th align=\"right\">a</th>\n</tr>\n</thead>\n</table>\n"
                "<p>x</p>\n<table>\n<thead>\n<tr>\n<th>b</th>\n</tr>\n</thead>\n<tbody>\n<tr>\n"
                "<td>1</td>\n</tr>\n</tbody>\n</table>\n");
-        addRow("delimiter row that does not match is a paragraph", "| a | b |\n|---|\n| 1 | 2 |",
-               "<p>| a | b |\n|\u2014|\n| 1 | 2 |</p>\n");
 
         addRow("code span keeps its backticks", "## Run `make`", "<h2>Run `make`</h2>\n");
         addRow("code span is still escaped", "## `a<b`", "<h2>`a&lt;b`</h2>\n");
