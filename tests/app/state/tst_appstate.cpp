@@ -65,45 +65,37 @@ private Q_SLOTS:
         QVERIFY(!state->errorMessage());
     }
 
-    void connectWithoutTokenIsNotAnError_data()
+    void connectStopsBeforeTheNetwork_data()
     {
-        QTest::addColumn<std::optional<QByteArray>>("stored");
-        QTest::newRow("absent") << std::optional<QByteArray>();
-        QTest::newRow("empty") << std::optional<QByteArray>(QByteArray(""));
-    }
-
-    void connectWithoutTokenIsNotAnError()
-    {
-        QFETCH(std::optional<QByteArray>, stored);
-        keychain.data = stored;
-        auto state = makeState();
-        await(state->connect());
-        QVERIFY(!state->hasToken());
-        QVERIFY(!state->isConnected());
-        QVERIFY(!state->errorMessage());
-        QVERIFY(network->requests().isEmpty());
-    }
-
-    void sessionUrlMustBeHttps_data()
-    {
+        QTest::addColumn<QByteArray>("stored"); // "<absent>": no keychain item
         QTest::addColumn<QString>("url");
-        QTest::newRow("plain http") << "http://jmap.example.test/jmap/session";
-        QTest::newRow("capital HTTPS") << "HTTPS://jmap.example.test/jmap/session";
-        QTest::newRow("no scheme") << "jmap.example.test/jmap/session";
-        QTest::newRow("not a url") << "https://exa mple.test:notaport/";
+        QTest::addColumn<QString>("error"); // empty: no token is not an error
+        const QString url = FakeNetwork::sessionUrl().toString();
+        const QString https = "The JMAP session URL must be an https URL.";
+        QTest::newRow("no token") << QByteArray("<absent>") << url << "";
+        QTest::newRow("empty token") << QByteArray("") << url << "";
+        QTest::newRow("plain http")
+            << QByteArray("t") << "http://jmap.example.test/jmap/session" << https;
+        QTest::newRow("capital HTTPS")
+            << QByteArray("t") << "HTTPS://jmap.example.test/jmap/session" << https;
+        QTest::newRow("no scheme") << QByteArray("t") << "jmap.example.test/jmap/session" << https;
+        QTest::newRow("not a url") << QByteArray("t") << "https://exa mple.test:notaport/" << https;
     }
 
-    void sessionUrlMustBeHttps()
+    void connectStopsBeforeTheNetwork()
     {
+        QFETCH(QByteArray, stored);
         QFETCH(QString, url);
+        QFETCH(QString, error);
+        keychain.data = stored == "<absent>" ? std::nullopt : std::optional(stored);
         auto state = makeState();
         AppConfig config = state->config();
         config.sessionUrl = url;
         state->setConfig(config);
         await(state->connect());
-        QVERIFY(state->hasToken());
-        QCOMPARE(state->errorMessage(),
-                 std::optional<QString>("The JMAP session URL must be an https URL."));
+        QCOMPARE(state->hasToken(), !error.isEmpty());
+        QCOMPARE(state->errorMessage().value_or(QString()), error);
+        QVERIFY(!state->isConnected());
         QVERIFY(!state->service());
         QVERIFY(network->requests().isEmpty());
     }
