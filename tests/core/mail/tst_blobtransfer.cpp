@@ -84,23 +84,6 @@ private slots:
                  JMAPError::malformed("upload URL"));
     }
 
-    void downloadFailures_data()
-    {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<JMAPError>("expected");
-        QTest::newRow("401 is a rejected token") << 401 << JMAPError::unauthorized();
-        QTest::newRow("404 is HTTP") << 404 << JMAPError::http(404, "blob gone");
-    }
-
-    void downloadFailures()
-    {
-        QFETCH(int, status);
-        auto jmap = client();
-        network->setResponse(QUrl("https://jmap.example.test/jmap/download/u1/B1/a.bin"),
-                             {status, "blob gone", "text/plain"});
-        QTEST(*awaitError<JMAPError>(jmap->download("B1", "a.bin", "x")), "expected");
-    }
-
     void uploadRequest()
     {
         auto jmap = client();
@@ -119,29 +102,39 @@ private slots:
                                                    {JMAPActivity::pushing, false}}));
     }
 
-    void uploadResponses_data()
+    void failedTransfers_data()
     {
+        QTest::addColumn<bool>("upload");
         QTest::addColumn<int>("status");
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<QString>("message");
-        QTest::newRow("blobId not a string")
-            << 200 << QByteArray(R"({"blobId":5})")
-            << "Unexpected response from Fastmail: upload response";
-        QTest::newRow("an array") << 200 << QByteArray(R"(["G1"])")
-                                  << "Unexpected response from Fastmail: upload response";
-        QTest::newRow("too large") << 413 << QByteArray("Request Entity Too Large")
-                                   << "Fastmail returned HTTP 413. Request Entity Too Large";
+        const QString unexpected = "Unexpected response from Fastmail: upload response";
+        QTest::newRow("download: 401 is a rejected token")
+            << false << 401 << QByteArray("blob gone")
+            << "Fastmail rejected the API token. Check it in Settings.";
+        QTest::newRow("download: 404 is HTTP")
+            << false << 404 << QByteArray("blob gone") << "Fastmail returned HTTP 404. blob gone";
+        QTest::newRow("upload: blobId not a string")
+            << true << 200 << QByteArray(R"({"blobId":5})") << unexpected;
+        QTest::newRow("upload: an array") << true << 200 << QByteArray(R"(["G1"])") << unexpected;
+        QTest::newRow("upload: too large")
+            << true << 413 << QByteArray("Request Entity Too Large")
+            << "Fastmail returned HTTP 413. Request Entity Too Large";
     }
 
-    void uploadResponses()
+    void failedTransfers()
     {
+        QFETCH(bool, upload);
         QFETCH(int, status);
         QFETCH(QByteArray, body);
         auto jmap = client();
-        network->setResponse(QUrl("https://jmap.example.test/jmap/upload/u1/"), {status, body});
-        const auto outcome = run(jmap->upload("data", "text/plain"));
-        QVERIFY(outcome.error);
-        QTEST(Errors::describe(outcome.error), "message");
+        network->setResponse(QUrl(upload ? "https://jmap.example.test/jmap/upload/u1/"
+                                         : "https://jmap.example.test/jmap/download/u1/B1/a.bin"),
+                             {status, body, upload ? "application/json" : "text/plain"});
+        const std::exception_ptr error = upload ? run(jmap->upload("data", "text/plain")).error
+                                                : run(jmap->download("B1", "a.bin", "x")).error;
+        QVERIFY(error);
+        QTEST(Errors::describe(error), "message");
     }
 
 private:
