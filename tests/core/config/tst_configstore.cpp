@@ -193,7 +193,7 @@ private Q_SLOTS:
         QCOMPARE(readFile(nested), written);
     }
 
-    void firstSaveFailureFailsTheLoad()
+    void unusablePathsFail()
     {
         // A file where the folder should be: the defaults cannot be written.
         QVERIFY(writeFile(path("blocker"), "x"));
@@ -206,10 +206,8 @@ private Q_SLOTS:
                          .arg(QDir::toNativeSeparators(path("blocker/veldrin"))));
         }
         QCOMPARE(readFile(path("blocker")), QByteArray("x"));
-    }
 
-    void unreadablePathFails()
-    {
+        // A folder where the file should be can be neither read nor written.
         QVERIFY(QDir(m_dir->path()).mkdir("folder.json"));
         QVERIFY_THROWS_EXCEPTION(Error, ConfigStore(path("folder.json")).load());
         QVERIFY_THROWS_EXCEPTION(Error, ConfigStore(path("folder.json")).save(AppConfig()));
