@@ -24,24 +24,6 @@ QByteArray verbOf(QNetworkAccessManager::Operation op, const QNetworkRequest& re
     }
 }
 
-QString reasonFor(int status)
-{
-    switch (status) {
-    case 200:
-        return QStringLiteral("OK");
-    case 201:
-        return QStringLiteral("Created");
-    case 401:
-        return QStringLiteral("Unauthorized");
-    case 403:
-        return QStringLiteral("Forbidden");
-    case 404:
-        return QStringLiteral("Not Found");
-    default:
-        return QStringLiteral("Status");
-    }
-}
-
 QNetworkReply::NetworkError errorForStatus(int status)
 {
     if (status >= 200 && status <= 299)
@@ -74,8 +56,6 @@ public:
             m_data.clear();
         } else {
             setAttribute(QNetworkRequest::HttpStatusCodeAttribute, response.status);
-            setAttribute(QNetworkRequest::HttpReasonPhraseAttribute,
-                         reasonFor(response.status).toLatin1());
             setHeader(QNetworkRequest::ContentTypeHeader, response.contentType);
             setHeader(QNetworkRequest::ContentLengthHeader, m_data.size());
             const auto error = errorForStatus(response.status);
@@ -241,13 +221,13 @@ QString FakeNetwork::accountId()
     return QStringLiteral("u1");
 }
 
-QJsonObject FakeNetwork::defaultSession()
+QJsonObject FakeNetwork::defaultSession(qint64 maxDelayedSend)
 {
     const QString account = accountId();
     const QJsonObject capabilities{
         {QStringLiteral("urn:ietf:params:jmap:mail"), QJsonObject{}},
         {QStringLiteral("urn:ietf:params:jmap:submission"),
-         QJsonObject{{QStringLiteral("maxDelayedSend"), 3600}}},
+         QJsonObject{{QStringLiteral("maxDelayedSend"), maxDelayedSend}}},
         {QStringLiteral("urn:ietf:params:jmap:contacts"), QJsonObject{}},
         {QStringLiteral("https://www.fastmail.com/dev/maskedemail"), QJsonObject{}}};
     return QJsonObject{

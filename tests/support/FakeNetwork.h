@@ -76,8 +76,9 @@ public:
     static QUrl sessionUrl();
     static QUrl apiUrl();
     static QString accountId();
-    // A session with mail, submission (maxDelayedSend 3600), contacts and Masked Email.
-    static QJsonObject defaultSession();
+    // A session with mail, submission (holding mail up to maxDelayedSend seconds), contacts and
+    // Masked Email.
+    static QJsonObject defaultSession(qint64 maxDelayedSend = 3600);
 
     void setSession(const QJsonObject& session);
     // Answers a method call by name; the handler sees the call's arguments.

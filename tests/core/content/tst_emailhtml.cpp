@@ -1,7 +1,6 @@
 #include "Fixtures.h"
 #include "content/EmailHTML.h"
 
-#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRandomGenerator>

@@ -25,9 +25,74 @@ class TestConnectCyrus : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void initTestCase();
-    void aTokenPastedInSettingsFillsTheSidebar();
-    void aWrongTokenIsRejected();
+    void initTestCase()
+    {
+        const TestServer server;
+        if (!server.isRunning())
+            QSKIP("No test server: run under tests/integration/harness/with-cyrus.sh");
+        sessionUrl = server.sessionUrl;
+        token = server.token;
+    }
+
+    void aTokenPastedInSettingsFillsTheSidebar()
+    {
+        MemorySecretStore store;
+        auto owner = makeState(store);
+        AppState& state = *owner;
+        MainWindow window(&state);
+        window.resize(1000, 600);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QTRY_VERIFY(state.hasStarted());
+        QVERIFY(!state.hasToken());
+
+        SettingsWindow* settings = window.settingsWindow();
+        settings->show();
+        settings->findChild<QLineEdit*>("tokenField")->setText(token + "\n");
+        settings->account()->saveButton()->click();
+        QTRY_VERIFY_WITH_TIMEOUT(state.isConnected(), 20000);
+        QCOMPARE(Keychain::readToken(store), std::optional<QString>(token));
+        QTRY_COMPARE(settings->findChild<QLabel*>("connectionStatus")->text(),
+                     QString("Connected as test@example.com"));
+
+        QCOMPARE(state.accountName(), std::optional<QString>("test@example.com"));
+        QSet<QString> roles;
+        for (const Mailbox& mailbox : state.mailboxes())
+            if (mailbox.role)
+                roles.insert(*mailbox.role);
+        QCOMPARE(roles, (QSet<QString>{"inbox", "drafts", "sent", "archive", "junk", "trash"}));
+        QVERIFY(state.mailboxWithRole("inbox")->totalEmails > 0);
+        QCOMPARE(state.identities().size(), 1);
+        QCOMPARE(state.identities().first().email, QString("test@example.com"));
+        QCOMPARE(state.maxDelayedSend(), qint64(86400));
+        // The test server offers neither contacts nor Masked Email.
+        QVERIFY(!state.hasContacts());
+        QVERIFY(!state.hasMaskedEmail());
+
+        QListView* list = window.sidebar()->list();
+        QCOMPARE(list->model()->rowCount(), state.mailboxes().size());
+        QCOMPARE(list->currentIndex().data().toString(), QString("Inbox"));
+        QCOMPARE(state.selectedMailboxId(),
+                 std::optional<QString>(state.mailboxWithRole("inbox")->id));
+        const QString shots = qEnvironmentVariable("VELDRIN_SCREENSHOTS");
+        if (!shots.isEmpty()) {
+            QDir().mkpath(shots);
+            settings->hide();
+            window.grab().save(QDir(shots).filePath("cyrus-connected.png"));
+        }
+    }
+
+    void aWrongTokenIsRejected()
+    {
+        MemorySecretStore store;
+        QVERIFY(Keychain::saveToken(store, "not-a-valid-token"));
+        auto owner = makeState(store);
+        AppState& state = *owner;
+        AsyncTest::await(state.connect());
+        QCOMPARE(state.errorMessage(),
+                 std::optional<QString>("Fastmail rejected the API token. Check it in Settings."));
+        QVERIFY(!state.isConnected());
+    }
 
 private:
     std::unique_ptr<AppState> makeState(MemorySecretStore& store);
@@ -37,79 +102,11 @@ private:
     QNetworkAccessManager network;
 };
 
-void TestConnectCyrus::initTestCase()
-{
-    const TestServer server;
-    if (!server.isRunning())
-        QSKIP("No test server: run under tests/integration/harness/with-cyrus.sh");
-    sessionUrl = server.sessionUrl;
-    token = server.token;
-}
-
 std::unique_ptr<AppState> TestConnectCyrus::makeState(MemorySecretStore& store)
 {
     return makeTestState(
         &network, home.filePath(QString::fromLatin1(QTest::currentTestFunction()) + "/config.json"),
         store, sessionUrl);
-}
-
-void TestConnectCyrus::aTokenPastedInSettingsFillsTheSidebar()
-{
-    MemorySecretStore store;
-    auto owner = makeState(store);
-    AppState& state = *owner;
-    MainWindow window(&state);
-    window.resize(1000, 600);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    QTRY_VERIFY(state.hasStarted());
-    QVERIFY(!state.hasToken());
-
-    SettingsWindow* settings = window.settingsWindow();
-    settings->show();
-    settings->findChild<QLineEdit*>("tokenField")->setText(token + "\n");
-    settings->account()->saveButton()->click();
-    QTRY_VERIFY_WITH_TIMEOUT(state.isConnected(), 20000);
-    QCOMPARE(Keychain::readToken(store), std::optional<QString>(token));
-    QTRY_COMPARE(settings->findChild<QLabel*>("connectionStatus")->text(),
-                 QString("Connected as test@example.com"));
-
-    QCOMPARE(state.accountName(), std::optional<QString>("test@example.com"));
-    QSet<QString> roles;
-    for (const Mailbox& mailbox : state.mailboxes())
-        if (mailbox.role)
-            roles.insert(*mailbox.role);
-    QCOMPARE(roles, (QSet<QString>{"inbox", "drafts", "sent", "archive", "junk", "trash"}));
-    QVERIFY(state.mailboxWithRole("inbox")->totalEmails > 0);
-    QCOMPARE(state.identities().size(), 1);
-    QCOMPARE(state.identities().first().email, QString("test@example.com"));
-    QCOMPARE(state.maxDelayedSend(), qint64(86400));
-    // The test server offers neither contacts nor Masked Email.
-    QVERIFY(!state.hasContacts());
-    QVERIFY(!state.hasMaskedEmail());
-
-    QListView* list = window.sidebar()->list();
-    QCOMPARE(list->model()->rowCount(), state.mailboxes().size());
-    QCOMPARE(list->currentIndex().data().toString(), QString("Inbox"));
-    QCOMPARE(state.selectedMailboxId(), std::optional<QString>(state.mailboxWithRole("inbox")->id));
-    const QString shots = qEnvironmentVariable("VELDRIN_SCREENSHOTS");
-    if (!shots.isEmpty()) {
-        QDir().mkpath(shots);
-        settings->hide();
-        window.grab().save(QDir(shots).filePath("cyrus-connected.png"));
-    }
-}
-
-void TestConnectCyrus::aWrongTokenIsRejected()
-{
-    MemorySecretStore store;
-    QVERIFY(Keychain::saveToken(store, "not-a-valid-token"));
-    auto owner = makeState(store);
-    AppState& state = *owner;
-    AsyncTest::await(state.connect());
-    QCOMPARE(state.errorMessage(),
-             std::optional<QString>("Fastmail rejected the API token. Check it in Settings."));
-    QVERIFY(!state.isConnected());
 }
 
 QTEST_MAIN(TestConnectCyrus)

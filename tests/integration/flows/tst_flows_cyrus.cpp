@@ -8,10 +8,8 @@
 #include "ServerMail.h"
 #include "app/state/AppState.h"
 
-#include <QDir>
 #include <QFile>
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QNetworkAccessManager>
 #include <QSslCertificate>
 #include <QSslKey>
@@ -103,10 +101,88 @@ class TestFlowsCyrus : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void initTestCase();
-    void answerReachesTheOrganizer();
-    void unsubscribeMailReachesTheList();
-    void oneClickPostsToTheList();
+    void initTestCase()
+    {
+        if (!server.isRunning())
+            QSKIP("No test server: run under tests/integration/harness/with-cyrus.sh");
+        tag = QUuid::createUuid().toString(QUuid::WithoutBraces).left(8);
+    }
+
+    void answerReachesTheOrganizer()
+    {
+        auto state = connected();
+        QVERIFY(state);
+        const QString title = "Offsite " + tag;
+        const auto invitation = Invitation::parse(
+            "BEGIN:VCALENDAR\r\nMETHOD:REQUEST\r\nBEGIN:VEVENT\r\nUID:" + tag +
+            "@example.org\r\nSUMMARY:" + title +
+            "\r\nDTSTART:20261112T130000Z\r\nDTEND:20261112T143000Z\r\n"
+            "ORGANIZER;CN=Olivia Okoro:mailto:olivia@example.org\r\n"
+            "ATTENDEE;CN=Test:mailto:TEST@example.com\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n");
+        QVERIFY(invitation);
+        QVERIFY(state->canAnswer(*invitation));
+        Email email;
+        email.id = "invitation";
+        email.messageId = QStringList{tag + "@calendar.example.org"};
+
+        await(state->answer(*invitation, email, ParticipationStatus::Accepted));
+        QCOMPARE(state->errorMessage(), std::nullopt);
+        QCOMPARE(state->toast()->message, QString("Accepted, Olivia Okoro is told"));
+        std::optional<ServerMail::Sunk> sent;
+        QTRY_VERIFY_WITH_TIMEOUT((sent = sunk("Accepted: " + title)), 20000);
+        QCOMPARE(sent->recipients, QStringList{"olivia@example.org"});
+        QVERIFY2(sent->text.contains("text/calendar; method=REPLY", Qt::CaseInsensitive),
+                 qPrintable(sent->text));
+        const QString calendar = partText(sent->text, "text/calendar");
+        QVERIFY2(calendar.contains("METHOD:REPLY"), qPrintable(calendar));
+        QVERIFY(calendar.contains("PARTSTAT=ACCEPTED"));
+        QVERIFY(sent->text.contains("In-Reply-To: <" + tag + "@calendar.example.org>"));
+        QCOMPARE(partText(sent->text, "text/plain"),
+                 "Test has accepted the invitation to " + title + ".");
+        removeSent(*state, title);
+    }
+
+    void unsubscribeMailReachesTheList()
+    {
+        auto state = connected();
+        QVERIFY(state);
+        Email email;
+        email.id = "newsletter";
+        email.from = QList<EmailAddress>{{QString("The Weekly Sprout"), "news@example.net"}};
+        email.to = QList<EmailAddress>{{std::nullopt, "test@example.com"}};
+        const QString list = "leave-" + tag + "@lists.example.net";
+        email.listUnsubscribe = QStringList{"<mailto:" + list + "?subject=leave%20" + tag + ">"};
+        state->unsubscribe(email);
+        QTRY_VERIFY_WITH_TIMEOUT(state->toast() || state->errorMessage(), 20000);
+        QCOMPARE(state->errorMessage(), std::nullopt);
+        QCOMPARE(state->toast()->message, QString("Unsubscribed from The Weekly Sprout"));
+        std::optional<ServerMail::Sunk> sent;
+        QTRY_VERIFY_WITH_TIMEOUT((sent = sunk("leave " + tag)), 20000);
+        QCOMPARE(sent->recipients, QStringList{list});
+        removeSent(*state, "leave " + tag);
+    }
+
+    void oneClickPostsToTheList()
+    {
+        OneClickServer list;
+        QVERIFY(list.start());
+        auto state = connected();
+        QVERIFY(state);
+        Email email;
+        email.id = "newsletter";
+        email.from = QList<EmailAddress>{{QString("The Weekly Sprout"), "news@example.net"}};
+        email.listUnsubscribe = QStringList{
+            QString("<https://127.0.0.1:%1/leave?u=%2>").arg(list.serverPort()).arg(tag)};
+        email.listUnsubscribePost = "List-Unsubscribe=One-Click";
+        state->unsubscribe(email);
+        QTRY_VERIFY_WITH_TIMEOUT(state->toast() || state->errorMessage(), 20000);
+        QCOMPARE(state->errorMessage(), std::nullopt);
+        QCOMPARE(state->toast()->message, QString("Unsubscribed from The Weekly Sprout"));
+        QVERIFY2(list.request.startsWith("POST /leave?u=" + tag.toUtf8() + " HTTP/1.1"),
+                 list.request.constData());
+        QVERIFY(list.request.endsWith("\r\n\r\nList-Unsubscribe=One-Click"));
+        QVERIFY(!list.request.toLower().contains("\ncookie:"));
+    }
 
 private:
     std::unique_ptr<AppState> connected();
@@ -116,13 +192,6 @@ private:
     MemorySecretStore keychain;
     QString tag;
 };
-
-void TestFlowsCyrus::initTestCase()
-{
-    if (!server.isRunning())
-        QSKIP("No test server: run under tests/integration/harness/with-cyrus.sh");
-    tag = QUuid::createUuid().toString(QUuid::WithoutBraces).left(8);
-}
 
 std::unique_ptr<AppState> TestFlowsCyrus::connected()
 {
@@ -136,82 +205,6 @@ std::unique_ptr<AppState> TestFlowsCyrus::connected()
     // The user says yes.
     state->setAskQuestion([](const Question&, std::function<void()> yes) { yes(); });
     return state;
-}
-
-void TestFlowsCyrus::answerReachesTheOrganizer()
-{
-    auto state = connected();
-    QVERIFY(state);
-    const QString title = "Offsite " + tag;
-    const auto invitation = Invitation::parse(
-        "BEGIN:VCALENDAR\r\nMETHOD:REQUEST\r\nBEGIN:VEVENT\r\nUID:" + tag +
-        "@example.org\r\nSUMMARY:" + title +
-        "\r\nDTSTART:20261112T130000Z\r\nDTEND:20261112T143000Z\r\n"
-        "ORGANIZER;CN=Olivia Okoro:mailto:olivia@example.org\r\n"
-        "ATTENDEE;CN=Test:mailto:TEST@example.com\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n");
-    QVERIFY(invitation);
-    QVERIFY(state->canAnswer(*invitation));
-    Email email;
-    email.id = "invitation";
-    email.messageId = QStringList{tag + "@calendar.example.org"};
-
-    await(state->answer(*invitation, email, ParticipationStatus::Accepted));
-    QCOMPARE(state->errorMessage(), std::nullopt);
-    QCOMPARE(state->toast()->message, QString("Accepted, Olivia Okoro is told"));
-    std::optional<ServerMail::Sunk> sent;
-    QTRY_VERIFY_WITH_TIMEOUT((sent = sunk("Accepted: " + title)), 20000);
-    QCOMPARE(sent->recipients, QStringList{"olivia@example.org"});
-    QVERIFY2(sent->text.contains("text/calendar; method=REPLY", Qt::CaseInsensitive),
-             qPrintable(sent->text));
-    const QString calendar = partText(sent->text, "text/calendar");
-    QVERIFY2(calendar.contains("METHOD:REPLY"), qPrintable(calendar));
-    QVERIFY(calendar.contains("PARTSTAT=ACCEPTED"));
-    QVERIFY(sent->text.contains("In-Reply-To: <" + tag + "@calendar.example.org>"));
-    QCOMPARE(partText(sent->text, "text/plain"),
-             "Test has accepted the invitation to " + title + ".");
-    removeSent(*state, title);
-}
-
-void TestFlowsCyrus::unsubscribeMailReachesTheList()
-{
-    auto state = connected();
-    QVERIFY(state);
-    Email email;
-    email.id = "newsletter";
-    email.from = QList<EmailAddress>{{QString("The Weekly Sprout"), "news@example.net"}};
-    email.to = QList<EmailAddress>{{std::nullopt, "test@example.com"}};
-    const QString list = "leave-" + tag + "@lists.example.net";
-    email.listUnsubscribe = QStringList{"<mailto:" + list + "?subject=leave%20" + tag + ">"};
-    state->unsubscribe(email);
-    QTRY_VERIFY_WITH_TIMEOUT(state->toast() || state->errorMessage(), 20000);
-    QCOMPARE(state->errorMessage(), std::nullopt);
-    QCOMPARE(state->toast()->message, QString("Unsubscribed from The Weekly Sprout"));
-    std::optional<ServerMail::Sunk> sent;
-    QTRY_VERIFY_WITH_TIMEOUT((sent = sunk("leave " + tag)), 20000);
-    QCOMPARE(sent->recipients, QStringList{list});
-    removeSent(*state, "leave " + tag);
-}
-
-void TestFlowsCyrus::oneClickPostsToTheList()
-{
-    OneClickServer list;
-    QVERIFY(list.start());
-    auto state = connected();
-    QVERIFY(state);
-    Email email;
-    email.id = "newsletter";
-    email.from = QList<EmailAddress>{{QString("The Weekly Sprout"), "news@example.net"}};
-    email.listUnsubscribe =
-        QStringList{QString("<https://127.0.0.1:%1/leave?u=%2>").arg(list.serverPort()).arg(tag)};
-    email.listUnsubscribePost = "List-Unsubscribe=One-Click";
-    state->unsubscribe(email);
-    QTRY_VERIFY_WITH_TIMEOUT(state->toast() || state->errorMessage(), 20000);
-    QCOMPARE(state->errorMessage(), std::nullopt);
-    QCOMPARE(state->toast()->message, QString("Unsubscribed from The Weekly Sprout"));
-    QVERIFY2(list.request.startsWith("POST /leave?u=" + tag.toUtf8() + " HTTP/1.1"),
-             list.request.constData());
-    QVERIFY(list.request.endsWith("\r\n\r\nList-Unsubscribe=One-Click"));
-    QVERIFY(!list.request.toLower().contains("\ncookie:"));
 }
 
 QTEST_GUILESS_MAIN(TestFlowsCyrus)

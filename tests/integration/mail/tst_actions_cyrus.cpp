@@ -77,117 +77,116 @@ class TestActionsCyrus : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void initTestCase();
-    void actingSession();
+    void initTestCase()
+    {
+        if (!server.isRunning())
+            QSKIP("No test server: run under tests/integration/harness/with-cyrus.sh");
+    }
+
+    void actingSession()
+    {
+        QTemporaryDir home;
+        QNetworkAccessManager network;
+        MemorySecretStore keychain;
+        keychain.data = server.token.toUtf8();
+        AppEnvironment environment =
+            testEnvironment(&network, home.filePath("config/veldrin/config.json"), keychain);
+        environment.timing.toastSecond = std::chrono::milliseconds(10);
+        environment.markAllReadBatchSize = 2;
+        auto state = makeTestState(environment, server.sessionUrl);
+        QUndoStack stack;
+        state->setWindowServices({&stack, {}, {}});
+        await(state->connect());
+        QVERIFY2(state->isConnected(), qPrintable(state->errorMessage().value_or(QString())));
+        const auto client = state->service()->client();
+        const QString inbox = state->mailboxWithRole("inbox")->id;
+        const QString archive = state->mailboxWithRole("archive")->id;
+        const QString junk = state->mailboxWithRole("junk")->id;
+        const QString trash = state->mailboxWithRole("trash")->id;
+
+        const QString tag = QUuid::createUuid().toString(QUuid::WithoutBraces).left(8);
+        QStringList delivered;
+        QMap<QString, QString> ids;
+        for (const QString name : {"Alpha", "Beta", "Gamma"}) {
+            const QString subject = name + " " + tag;
+            ids[name] = deliver(client, subject, inbox, int(delivered.size()));
+            delivered.append(ids[name]);
+        }
+        const auto subject = [&tag](const QString& name) { return name + " " + tag; };
+        await(state->refresh());
+        QVERIFY(threadWith(*state, subject("Alpha")));
+
+        // Reading and flagging, both ways.
+        select(*state, subject("Alpha"));
+        state->perform(MailAction::ToggleRead);
+        QTRY_VERIFY(hasKeyword(client, ids["Alpha"], "$seen"));
+        settle(*state);
+        state->perform(MailAction::ToggleRead);
+        QTRY_VERIFY(!hasKeyword(client, ids["Alpha"], "$seen"));
+        settle(*state);
+        state->perform(MailAction::ToggleFlag);
+        QTRY_VERIFY(hasKeyword(client, ids["Alpha"], "$flagged"));
+        settle(*state);
+        QVERIFY(threadWith(*state, subject("Alpha"))->isFlagged());
+        state->perform(MailAction::ToggleFlag);
+        QTRY_VERIFY(!hasKeyword(client, ids["Alpha"], "$flagged"));
+        settle(*state);
+
+        // Archive, and its undo from the window's stack.
+        state->perform(MailAction::Archive);
+        QCOMPARE(state->toast()->message, QStringLiteral("Conversation archived"));
+        QVERIFY(!threadWith(*state, subject("Alpha")));
+        QTRY_COMPARE(mailboxesOf(client, ids["Alpha"]), QStringList{archive});
+        settle(*state);
+        stack.undo();
+        QCOMPARE(state->toast()->message, QStringLiteral("Move undone"));
+        QTRY_COMPARE(mailboxesOf(client, ids["Alpha"]), QStringList{inbox});
+        QTRY_VERIFY(threadWith(*state, subject("Alpha")));
+        settle(*state);
+
+        // A move to a folder of the user's, spam and trash.
+        const QString folder = createMailbox(client, "Moved " + tag);
+        await(state->reloadMailboxes());
+        QVERIFY(
+            state->moveThreads({threadWith(*state, subject("Beta"))->id}, *state->mailbox(folder)));
+        QCOMPARE(state->toast()->message, "Conversation moved to Moved " + tag);
+        QTRY_COMPARE(mailboxesOf(client, ids["Beta"]), QStringList{folder});
+        settle(*state);
+        select(*state, subject("Gamma"));
+        state->perform(MailAction::Spam);
+        QTRY_COMPARE(mailboxesOf(client, ids["Gamma"]), QStringList{junk});
+        settle(*state);
+        select(*state, subject("Alpha"));
+        state->perform(MailAction::Trash);
+        QCOMPARE(state->toast()->message, QStringLiteral("Conversation moved to Trash"));
+        QTRY_COMPARE(mailboxesOf(client, ids["Alpha"]), QStringList{trash});
+        settle(*state);
+
+        // Five unread messages in a folder of their own, marked read two at a time.
+        const QString rounds = createMailbox(client, "Rounds " + tag);
+        QStringList unread;
+        for (int n = 0; n < 5; ++n)
+            unread.append(
+                deliver(client, QStringLiteral("Round %1 %2").arg(n).arg(tag), rounds, n));
+        delivered.append(unread);
+        await(state->reloadMailboxes());
+        QCOMPARE(state->mailbox(rounds)->unreadEmails, 5);
+        state->markAllRead(rounds);
+        QCOMPARE(state->mailbox(rounds)->unreadEmails, 0);
+        for (const QString& id : unread)
+            QTRY_VERIFY2(hasKeyword(client, id, "$seen"), qPrintable(id));
+        settle(*state);
+        QCOMPARE(state->mailbox(rounds)->unreadEmails, 0);
+        QVERIFY2(!state->errorMessage(), qPrintable(state->errorMessage().value_or(QString())));
+
+        // Leave the account as it was seeded.
+        await(state->service()->destroy(delivered));
+        ServerMail::call(client, "Mailbox/set", {{"destroy", QJsonArray{folder, rounds}}});
+    }
 
 private:
     const TestServer server;
 };
-
-void TestActionsCyrus::initTestCase()
-{
-    if (!server.isRunning())
-        QSKIP("No test server: run under tests/integration/harness/with-cyrus.sh");
-}
-
-void TestActionsCyrus::actingSession()
-{
-    QTemporaryDir home;
-    QNetworkAccessManager network;
-    MemorySecretStore keychain;
-    keychain.data = server.token.toUtf8();
-    AppEnvironment environment =
-        testEnvironment(&network, home.filePath("config/veldrin/config.json"), keychain);
-    environment.timing.toastSecond = std::chrono::milliseconds(10);
-    environment.markAllReadBatchSize = 2;
-    auto state = makeTestState(environment, server.sessionUrl);
-    QUndoStack stack;
-    state->setWindowServices({&stack, {}, {}});
-    await(state->connect());
-    QVERIFY2(state->isConnected(), qPrintable(state->errorMessage().value_or(QString())));
-    const auto client = state->service()->client();
-    const QString inbox = state->mailboxWithRole("inbox")->id;
-    const QString archive = state->mailboxWithRole("archive")->id;
-    const QString junk = state->mailboxWithRole("junk")->id;
-    const QString trash = state->mailboxWithRole("trash")->id;
-
-    const QString tag = QUuid::createUuid().toString(QUuid::WithoutBraces).left(8);
-    QStringList delivered;
-    QMap<QString, QString> ids;
-    for (const QString name : {"Alpha", "Beta", "Gamma"}) {
-        const QString subject = name + " " + tag;
-        ids[name] = deliver(client, subject, inbox, int(delivered.size()));
-        delivered.append(ids[name]);
-    }
-    const auto subject = [&tag](const QString& name) { return name + " " + tag; };
-    await(state->refresh());
-    QVERIFY(threadWith(*state, subject("Alpha")));
-
-    // Reading and flagging, both ways.
-    select(*state, subject("Alpha"));
-    state->perform(MailAction::ToggleRead);
-    QTRY_VERIFY(hasKeyword(client, ids["Alpha"], "$seen"));
-    settle(*state);
-    state->perform(MailAction::ToggleRead);
-    QTRY_VERIFY(!hasKeyword(client, ids["Alpha"], "$seen"));
-    settle(*state);
-    state->perform(MailAction::ToggleFlag);
-    QTRY_VERIFY(hasKeyword(client, ids["Alpha"], "$flagged"));
-    settle(*state);
-    QVERIFY(threadWith(*state, subject("Alpha"))->isFlagged());
-    state->perform(MailAction::ToggleFlag);
-    QTRY_VERIFY(!hasKeyword(client, ids["Alpha"], "$flagged"));
-    settle(*state);
-
-    // Archive, and its undo from the window's stack.
-    state->perform(MailAction::Archive);
-    QCOMPARE(state->toast()->message, QStringLiteral("Conversation archived"));
-    QVERIFY(!threadWith(*state, subject("Alpha")));
-    QTRY_COMPARE(mailboxesOf(client, ids["Alpha"]), QStringList{archive});
-    settle(*state);
-    stack.undo();
-    QCOMPARE(state->toast()->message, QStringLiteral("Move undone"));
-    QTRY_COMPARE(mailboxesOf(client, ids["Alpha"]), QStringList{inbox});
-    QTRY_VERIFY(threadWith(*state, subject("Alpha")));
-    settle(*state);
-
-    // A move to a folder of the user's, spam and trash.
-    const QString folder = createMailbox(client, "Moved " + tag);
-    await(state->reloadMailboxes());
-    QVERIFY(state->moveThreads({threadWith(*state, subject("Beta"))->id}, *state->mailbox(folder)));
-    QCOMPARE(state->toast()->message, "Conversation moved to Moved " + tag);
-    QTRY_COMPARE(mailboxesOf(client, ids["Beta"]), QStringList{folder});
-    settle(*state);
-    select(*state, subject("Gamma"));
-    state->perform(MailAction::Spam);
-    QTRY_COMPARE(mailboxesOf(client, ids["Gamma"]), QStringList{junk});
-    settle(*state);
-    select(*state, subject("Alpha"));
-    state->perform(MailAction::Trash);
-    QCOMPARE(state->toast()->message, QStringLiteral("Conversation moved to Trash"));
-    QTRY_COMPARE(mailboxesOf(client, ids["Alpha"]), QStringList{trash});
-    settle(*state);
-
-    // Five unread messages in a folder of their own, marked read two at a time.
-    const QString rounds = createMailbox(client, "Rounds " + tag);
-    QStringList unread;
-    for (int n = 0; n < 5; ++n)
-        unread.append(deliver(client, QStringLiteral("Round %1 %2").arg(n).arg(tag), rounds, n));
-    delivered.append(unread);
-    await(state->reloadMailboxes());
-    QCOMPARE(state->mailbox(rounds)->unreadEmails, 5);
-    state->markAllRead(rounds);
-    QCOMPARE(state->mailbox(rounds)->unreadEmails, 0);
-    for (const QString& id : unread)
-        QTRY_VERIFY2(hasKeyword(client, id, "$seen"), qPrintable(id));
-    settle(*state);
-    QCOMPARE(state->mailbox(rounds)->unreadEmails, 0);
-    QVERIFY2(!state->errorMessage(), qPrintable(state->errorMessage().value_or(QString())));
-
-    // Leave the account as it was seeded.
-    await(state->service()->destroy(delivered));
-    ServerMail::call(client, "Mailbox/set", {{"destroy", QJsonArray{folder, rounds}}});
-}
 
 QTEST_GUILESS_MAIN(TestActionsCyrus)
 #include "tst_actions_cyrus.moc"
