@@ -12,8 +12,6 @@
 #include <QCursor>
 #include <QFile>
 #include <QMenu>
-#include <QQuickWidget>
-#include <QQuickWindow>
 #include <QTimer>
 #include <QToolTip>
 #include <QWebChannel>
@@ -137,9 +135,10 @@ void MailWebView::installHeightScript()
             return;
         setContentHeight(height);
     });
+    // The page's first frame was handed on a frame ago: it is on the widget by now.
     connect(heightBridge, &HeightBridge::firstFramePainted, this, [this](const QString& url) {
-        if (isCurrent(url) && !cover->isHidden())
-            uncoverOnNextFrame();
+        if (isCurrent(url))
+            cover->hide();
     });
     connect(heightBridge, &HeightBridge::scrolledTo, this, [this](int y, const QString& url) {
         if (isCurrent(url))
@@ -233,18 +232,6 @@ void MailWebView::uncoverAfter(std::chrono::milliseconds delay)
     });
 }
 
-void MailWebView::uncoverOnNextFrame()
-{
-    // The page has drawn; its picture reaches this side with the widget's next frame. Should
-    // the widget not be one whose frames can be watched, a frame's time stands in for it.
-    if (!renderWindow) {
-        uncoverAfter(std::chrono::milliseconds(20));
-        return;
-    }
-    uncoverAtFrame = coverGeneration;
-    uncoverAfter(std::chrono::milliseconds(200));
-}
-
 void MailWebView::resizeEvent(QResizeEvent* event)
 {
     QWebEngineView::resizeEvent(event);
@@ -316,22 +303,8 @@ bool MailWebView::event(QEvent* event)
 
 void MailWebView::watchRenderWidget(QObject* child)
 {
-    if (!child || !child->isWidgetType())
-        return;
-    child->installEventFilter(this);
-    // The engine draws through a Qt Quick scene of its own; its frames say when a new picture
-    // of the page is on the widget.
-    auto* quick = qobject_cast<QQuickWidget*>(child);
-    if (!quick || renderWindow == quick->quickWindow())
-        return;
-    renderWindow = quick->quickWindow();
-    connect(renderWindow, &QQuickWindow::afterRendering, this, [this] {
-        if (!uncoverAtFrame || *uncoverAtFrame != coverGeneration)
-            return;
-        uncoverAtFrame.reset();
-        // Not from within the frame being drawn.
-        uncoverAfter(std::chrono::milliseconds(0));
-    });
+    if (child && child->isWidgetType())
+        child->installEventFilter(this);
 }
 
 QAbstractScrollArea* MailWebView::enclosingScrollArea() const

@@ -3,17 +3,14 @@
 #include "MailDocument.h"
 #include "mail/Email.h"
 
-#include <QPointer>
 #include <QWebEngineView>
 
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <optional>
 
 class MailWebPage;
 class QAbstractScrollArea;
-class QQuickWindow;
 
 // Shows one display document in a sandbox: page scripts off, nothing kept, no window of its
 // own, links leaving for the desktop, inline images served from the message. In the reader it
@@ -77,17 +74,12 @@ private:
     bool isCurrent(const QString& documentUrl) const;
     // Hides the cover after `delay`, unless the view is cleared again meanwhile.
     void uncoverAfter(std::chrono::milliseconds delay);
-    // Hides the cover once the engine's next frame is on the widget.
-    void uncoverOnNextFrame();
 
     MailWebPage* mailPage = nullptr;
     // Until a view that showed a message has painted the next one, the engine still shows the
     // last picture of the former: a plain cover in the page's colour stands over it.
     QWidget* cover = nullptr;
     quint64 coverGeneration = 0;
-    // The cover to lift at the render window's next frame, by its generation.
-    std::optional<quint64> uncoverAtFrame;
-    QPointer<QQuickWindow> renderWindow;
     bool blankPending = false;
     std::shared_ptr<MailDocument> current;
     QString loadedHtml;
