@@ -424,7 +424,6 @@ def measure_main(args, screen, telemetry, results):
         settle(pid, telemetry)
 
         # The first conversation of the session: the web engine starts here.
-        before = telemetry.count()
         screen.key("j")
         results["first_open_main_ms"] = settle_cpu(pid)
         settle(pid, telemetry)
@@ -432,22 +431,28 @@ def measure_main(args, screen, telemetry, results):
         for _ in range(2):
             screen.key("j")
             settle(pid, telemetry)
-        shown, total, requests = [], [], []
         reader = Changes(window, READER, probe=lambda: main_thread_ns(pid))
-        for i in range(10):
-            mark = telemetry.mark()
-            reader.mark()
-            cpu = main_thread_ns(pid)
-            screen.key("j" if i % 2 == 0 else "k")
-            reader.next_change(2)
-            shown.append((reader.probed - cpu) / 1e6)
-            total.append((main_thread_ns(pid) - cpu) / 1e6 + settle_cpu(pid))
-            settle(pid, telemetry)
-            requests.append(telemetry.calls(mark))
-        results["jk_shown_main_ms"] = median(shown)
-        results["jk_shown_all_ms"] = shown
-        results["jk_total_main_ms"] = median(total)
-        results["jk_calls"] = max(requests, key=len)
+
+        def time_keys(name, keys):
+            """Main-thread time from each key to the reader's change, and to the end of what
+            follows; the requests each key sent."""
+            shown, total, requests = [], [], []
+            for key in keys:
+                mark = telemetry.mark()
+                reader.mark()
+                cpu = main_thread_ns(pid)
+                screen.key(key)
+                reader.next_change(2)
+                shown.append((reader.probed - cpu) / 1e6)
+                total.append((main_thread_ns(pid) - cpu) / 1e6 + settle_cpu(pid))
+                settle(pid, telemetry)
+                requests.append(telemetry.calls(mark))
+            results[name + "_shown_main_ms"] = median(shown)
+            results[name + "_shown_all_ms"] = shown
+            results[name + "_total_main_ms"] = median(total)
+            results[name + "_calls"] = max(requests, key=len)
+
+        time_keys("jk", ["j", "k"] * 5)
 
         # Conversations nobody fetched ahead: ten rows down, four times (the first page holds 50).
         first, painted, uncached_calls = [], [], []
@@ -470,21 +475,7 @@ def measure_main(args, screen, telemetry, results):
 
         # Archive with "e", five times: the next conversation (fetched ahead) shows. Then undo
         # each, so that every run meets the same mailbox.
-        shown, total, archive_calls = [], [], []
-        for _ in range(5):
-            mark = telemetry.mark()
-            reader.mark()
-            cpu = main_thread_ns(pid)
-            screen.key("e")
-            reader.next_change(2)
-            shown.append((reader.probed - cpu) / 1e6)
-            total.append((main_thread_ns(pid) - cpu) / 1e6 + settle_cpu(pid))
-            settle(pid, telemetry)
-            archive_calls.append(telemetry.calls(mark))
-        results["archive_shown_main_ms"] = median(shown)
-        results["archive_shown_all_ms"] = shown
-        results["archive_total_main_ms"] = median(total)
-        results["archive_calls"] = max(archive_calls, key=len)
+        time_keys("archive", ["e"] * 5)
         for _ in range(5):
             screen.key("z", ("Control_L",))
             settle(pid, telemetry)
