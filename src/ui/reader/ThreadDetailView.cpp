@@ -133,32 +133,37 @@ void ThreadDetailView::showState()
 {
     const qsizetype selected = m_state->selectedThreadIds().size();
     const auto thread = m_state->selectedThread();
+    QWidget* page = m_scroll;
     if (selected >= 2) {
         m_empty->show(Icons::icon(QStringLiteral("square.stack")),
                       tr("%1 conversations selected").arg(selected));
-        m_stack->setCurrentWidget(m_empty);
+        page = m_empty;
     } else if (!thread) {
         m_empty->show(Icons::icon(QStringLiteral("envelope.open")), tr("No conversation selected"));
-        m_stack->setCurrentWidget(m_empty);
+        page = m_empty;
     } else if (m_state->isLoadingThread() && m_state->openEmails().isEmpty()) {
-        // Between two conversations the messages give way to the busy page only if the next
-        // one still has nothing to show once this turn of the event loop is over: one fetched
-        // ahead follows at once, and hiding and showing the messages for it is wasted work.
-        if (m_stack->currentWidget() != m_scroll || m_loadingDue) {
-            m_stack->setCurrentWidget(m_loading);
-        } else if (!m_loadingQueued) {
-            m_loadingQueued = true;
-            QTimer::singleShot(0, this, [this] {
-                m_loadingQueued = false;
-                m_loadingDue = true;
-                showState();
-                m_loadingDue = false;
-            });
-        }
+        page = m_loading;
     } else {
         m_subject->setText(thread->subject());
-        m_stack->setCurrentWidget(m_scroll);
     }
+    // The messages give way to another page only if the reader still has nothing to show once
+    // this turn of the event loop is over. Within a turn the selection passes through nothing
+    // (an archived conversation leaves before the next is selected) and through loading (one
+    // fetched ahead follows at once): hiding the messages and showing them again for it is
+    // wasted work.
+    if (page != m_scroll && m_stack->currentWidget() == m_scroll && !m_pageDue) {
+        if (!m_pageQueued) {
+            m_pageQueued = true;
+            QTimer::singleShot(0, this, [this] {
+                m_pageQueued = false;
+                m_pageDue = true;
+                showState();
+                m_pageDue = false;
+            });
+        }
+        return;
+    }
+    m_stack->setCurrentWidget(page);
 }
 
 void ThreadDetailView::showMessages()

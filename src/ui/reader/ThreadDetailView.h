@@ -71,8 +71,9 @@ private:
     QLabel* m_subject;
     MailWebViewPool* m_webViews;
     QHash<QString, MessageView*> m_views;
-    // The busy page waits for the end of the turn that emptied the reader (see showState).
-    bool m_loadingQueued = false;
-    bool m_loadingDue = false;
+    // A page other than the messages waits for the end of the turn that asked for it (see
+    // showState).
+    bool m_pageQueued = false;
+    bool m_pageDue = false;
     QStringList m_order;
 };

@@ -284,8 +284,11 @@ private Q_SLOTS:
                      reader->busyIndicator());
         QTRY_COMPARE(reader->messageViews().size(), 1);
         QCOMPARE(reader->currentPage(), reader->scrollArea());
+        // Leaving the messages waits for the end of the turn, then the empty page shows.
         state->setSelectedThreadIds({});
         QCOMPARE(reader->emptyState()->title(), QString("No conversation selected"));
+        QCOMPARE(reader->currentPage(), reader->scrollArea());
+        QTRY_COMPARE(reader->currentPage(), reader->emptyState());
     }
 
     void heldSendShowsItsTimeAndCancels()
